@@ -1,0 +1,217 @@
+// Bar lines, sort, positions, sound changes, length, identity and rates.
+#include "chart/chart_compiler.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#include "chart/chart_sort.h"
+#include "chart/chart_text.h"
+#include "chart/numbers.h"
+
+namespace vremo {
+namespace {
+
+constexpr double kPointsPerChart = 100000.0;
+constexpr float kDefaultTotalBase = 200.0f;
+
+bool IsLaneChannel(int32_t channel) { return channel >= kFirstLaneChannel && channel <= kLastLaneChannel; }
+
+void LogCapacity(DebugLog& log, const CapacityReport& dropped) {
+  if (dropped.droppedMeasureLines > 0) {
+    log.PutLog("  Err: measure over " + std::to_string(kMaxMeasure) + ": " +
+               std::to_string(dropped.droppedMeasureLines) + " lines dropped.");
+  }
+  if (dropped.droppedObjects > 0) {
+    log.PutLog("  Err: object table full (" + std::to_string(kMaxObjects) +
+               "): " + std::to_string(dropped.droppedObjects) + " objects dropped.");
+  }
+}
+
+// bmsId = notes x (level + 1) in 32-bit integers plus (rank + 1) x bpm in
+// double; empty when a step overflows.
+std::optional<int32_t> ChartIdentity(const Chart& chart) {
+  const int64_t notes = static_cast<int64_t>(chart.totalNotes[0]) + chart.totalNotes[1];
+  const int64_t level = static_cast<int64_t>(chart.playLevel) + 1;
+  const int64_t product = notes * level;
+  const int64_t rank = static_cast<int64_t>(chart.rank) + 1;
+  constexpr int64_t kMin = std::numeric_limits<int32_t>::min();
+  constexpr int64_t kMax = std::numeric_limits<int32_t>::max();
+  if (notes > kMax || product < kMin || product > kMax || rank > kMax) return std::nullopt;
+  return RoundToInt32(static_cast<double>(product) + static_cast<double>(rank) * static_cast<double>(chart.bpm));
+}
+
+void LogInformation(DebugLog& log, const Chart& chart) {
+  log.PutLog("BMSInfo --------");
+  log.PutLog("* BMS-ID: " + std::to_string(chart.bmsId));
+  log.PutLog("* " + std::to_string(chart.objectCount) + "objects, " + std::to_string(chart.maxMeasure) + "measures");
+  log.PutLog("* TotalNotes 1:" + std::to_string(chart.totalNotes[0]) + " 2:" + std::to_string(chart.totalNotes[1]));
+  log.PutLog("* length " + std::to_string(chart.lengthMs) + "ms, " + std::to_string(chart.LastY()) + "pixels");
+}
+
+}  // namespace
+
+void MakeRoomForBarLines(ChartTables& t) {
+  const int32_t barLines = *t.maxMeasure + 1;
+  int32_t excess = *t.objectCount + barLines - kMaxObjects;
+  while (excess > 0 && *t.objectCount > 0) {
+    const ChartObject& last = t.objects[--*t.objectCount];
+    if (last.channel >= kFirstSide2Channel) {
+      --t.totalNotes[1];
+    } else if (last.channel >= kFirstLaneChannel) {
+      --t.totalNotes[0];
+    }
+    ++t.dropped.droppedObjects;
+    --excess;
+  }
+}
+
+void AddBarLines(ChartTables& t) {
+  for (int32_t m = 0; m <= *t.maxMeasure && *t.objectCount < kMaxObjects; ++m) {
+    if (t.measureLength[m] == 0.0f) t.measureLength[m] = 1.0f;
+    ChartObject& bar = t.objects[(*t.objectCount)++];
+    bar = ChartObject{};
+    bar.measure = m;
+    bar.y = m * kUnitsPerMeasure;
+    bar.channel = kChannelBarLine;
+  }
+}
+
+void ScalePositions(ChartTables& t, SoundChangeList* changes) {
+  int32_t current = -1;
+  int32_t barStart = 0;
+  auto lengthOf = [&t](int32_t measure) { return measure < 0 ? 0.0f : t.measureLength[measure]; };
+  std::array<int32_t, kLaneChannelCount> lastY{};
+  std::array<int32_t, kLaneChannelCount> lastValue{};
+  for (int32_t k = 0; k < *t.objectCount; ++k) {
+    ChartObject& object = t.objects[k];
+    if (object.measure != current) {
+      const float span = static_cast<float>(kUnitsPerMeasure) * lengthOf(current);
+      barStart = RoundToInt32(barStart + static_cast<double>(span)).value_or(barStart);
+      current = object.measure;
+    }
+    object.y = RoundToInt32(barStart + object.tick * static_cast<double>(lengthOf(current))).value_or(object.y);
+
+    if (changes == nullptr || !IsLaneChannel(object.channel)) continue;
+    const int32_t lane = object.channel - kFirstLaneChannel;
+    if (object.value != lastValue[lane]) {
+      if (*changes->count < kMaxSoundChanges) {
+        KeySoundChange& change = changes->changes[(*changes->count)++];
+        change.channel = object.channel;
+        change.y = static_cast<int32_t>((static_cast<int64_t>(lastY[lane]) + object.y) / 2);
+        change.value = object.value;
+      } else {
+        ++t.dropped.droppedSoundChanges;
+      }
+    }
+    lastY[lane] = object.y;
+    lastValue[lane] = object.value;
+  }
+}
+
+TempoEnd FollowTempoChanges(const ChartObject* objects, int32_t count, float bpm) {
+  TempoEnd end;
+  end.tempo = RoundToInt16(bpm).value_or(0);
+  for (int32_t k = 0; k < count; ++k) {
+    const ChartObject& object = objects[k];
+    if (object.channel != kChannelTempo) continue;
+    const double b = end.tempo;
+    end.offset =
+        end.offset - ((object.y - end.offset) / (b / kMsPerUnitAtBpm1)) * ((object.value - b) / kMsPerUnitAtBpm1);
+    end.tempo = static_cast<int16_t>(object.value);
+  }
+  return end;
+}
+
+std::optional<int32_t> SongLengthMs(const ChartObject* objects, int32_t count, float bpm) {
+  const TempoEnd end = FollowTempoChanges(objects, count, bpm);
+  const double yLast = count > 0 ? objects[count - 1].y : 0;
+  const double unitsPerMs = end.tempo / kMsPerUnitAtBpm1;
+  return RoundToInt32(yLast / unitsPerMs - end.offset / unitsPerMs);
+}
+
+int32_t CompileChart(Chart& chart, ChartTables& t, LoadContext& context) {
+  DebugLog& log = context.log;
+  LogCapacity(log, t.dropped);
+  t.dropped.droppedMeasureLines = 0;
+  if (chart.objectCount == 0) {
+    log.PutLog("  Err: object not exists.");
+    return 0;
+  }
+  const int32_t droppedBefore = t.dropped.droppedObjects;
+  MakeRoomForBarLines(t);
+
+  chart.sidePlayer = {0, 1};
+  if (chart.player == 3) {
+    chart.sidePlayer[1] = 0;
+    chart.totalNotes[0] += chart.totalNotes[1];
+  }
+
+  log.PutLog("  adding separator...");
+  AddBarLines(t);
+  if (t.dropped.droppedObjects > droppedBefore) {
+    log.PutLog("  Err: object table full (" + std::to_string(kMaxObjects) +
+               "): " + std::to_string(t.dropped.droppedObjects - droppedBefore) + " objects dropped for bar lines.");
+  }
+  log.PutLog("  sorting objects...");
+  SortObjectsByY(chart.objects.data(), chart.objectCount);
+  log.PutLog("  recaliculating objects position...");
+  SoundChangeList changes{chart.soundChanges.data(), &chart.soundChangeCount};
+  ScalePositions(t, &changes);
+  if (t.dropped.droppedSoundChanges > 0) {
+    log.PutLog("  Err: sound change list full (" + std::to_string(kMaxSoundChanges) +
+               "): " + std::to_string(t.dropped.droppedSoundChanges) + " changes dropped.");
+  }
+
+  log.PutLog("BMSLoad complete.");
+  if (context.reloadLayout) context.reloadLayout();
+
+  if (auto length = SongLengthMs(chart.objects.data(), chart.objectCount, chart.bpm)) {
+    chart.lengthMs = *length;
+    chart.playLengthMs = *length;
+  }
+
+  const std::u32string marquee =
+      U" * \"" + FromUtf8(chart.genre) + U"\" " + FromUtf8(chart.title) + U" / " + FromUtf8(chart.artist);
+  chart.marquee = ToUtf8(marquee);
+  chart.marqueeLength = static_cast<int32_t>(marquee.size());
+
+  if (auto id = ChartIdentity(chart)) chart.bmsId = *id;
+  LogInformation(log, chart);
+
+  if (chart.total == 0) {
+    // Uses the rates still held from the previous chart, on purpose.
+    const float sum = chart.gaugePerNote[0] + chart.gaugePerNote[1] + kDefaultTotalBase;
+    if (auto total = RoundToInt32(sum)) chart.total = *total;
+  }
+  for (int s = 0; s < 2; ++s) {
+    const double notes = chart.totalNotes[s];
+    chart.gaugePerNote[s] = static_cast<float>(chart.total / notes);
+    chart.pointsPerNote[s] = kPointsPerChart / notes;
+  }
+
+  context.log.SetCaption("[" + chart.genre + "] " + chart.title + " / " + chart.artist);
+  chart.effectiveBpm = chart.bpm * context.options.speedFactor;
+  chart.unitsPerMs = chart.effectiveBpm / static_cast<float>(kMsPerUnitAtBpm1);
+  return 1;
+}
+
+std::string FormatSingle(float value) {
+  char buffer[32];
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+  return std::string(buffer, result.ptr);
+}
+
+std::vector<std::string> SongInfoLines(const Chart& chart) {
+  return {
+      "* genre:" + chart.genre,
+      "* title:" + chart.title,
+      "* artist:" + chart.artist,
+      "* player:" + std::to_string(chart.player),
+      "* playlevel:" + std::to_string(chart.playLevel) + ", rank:" + std::to_string(chart.rank),
+      "* bpm:" + FormatSingle(chart.bpm),
+      "----------------",
+  };
+}
+
+}  // namespace vremo

@@ -1,0 +1,53 @@
+// Non-recursive quicksort with an explicit stack of ranges.
+#include "chart/chart_sort.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace vremo {
+
+void SortObjectsByY(ChartObject* objects, int32_t count) {
+  if (count < 2) return;
+  struct Range {
+    int32_t low;
+    int32_t high;
+  };
+  std::vector<Range> stack;
+  stack.reserve(static_cast<size_t>(count) + 1);
+  stack.push_back({0, count - 1});
+  auto y = [objects](int32_t i) { return objects[i].y; };
+  while (!stack.empty()) {
+    const Range range = stack.back();
+    stack.pop_back();
+    const int32_t low = range.low;
+    const int32_t high = range.high;
+    if (low >= high) continue;
+
+    const int32_t mid = (low + high) / 2;
+    const int32_t a = std::min(y(mid), y(low));
+    const int32_t b = std::max(y(mid), y(low));
+    int32_t pivot = b;
+    if (y(high) < pivot) {
+      pivot = y(high);
+      if (pivot < a) pivot = a;
+    }
+
+    int32_t i = low - 1;
+    int32_t j = high + 1;
+    for (;;) {
+      do ++i;
+      while (y(i) < pivot);
+      do --j;
+      while (y(j) > pivot);
+      if (i >= j) break;
+      std::swap(objects[i], objects[j]);
+    }
+    // The right part takes the popped range's place, the left part goes on
+    // top so that it is taken next.
+    stack.push_back({j + 1, high});
+    stack.push_back({low, i - 1});
+  }
+}
+
+}  // namespace vremo

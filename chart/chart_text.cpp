@@ -1,0 +1,180 @@
+// Decoding of chart bytes (UTF-8 or CP932 through iconv) and line splitting.
+#include "chart/chart_text.h"
+
+#include <iconv.h>
+
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+namespace vremo {
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+constexpr std::string_view kUtf8Bom = "\xEF\xBB\xBF";
+
+// Decodes strict UTF-8 (no overlongs, no surrogates); false on any error.
+bool DecodeUtf8(std::string_view bytes, std::u32string& out) {
+  out.clear();
+  out.reserve(bytes.size());
+  size_t i = 0;
+  while (i < bytes.size()) {
+    const auto b0 = static_cast<unsigned char>(bytes[i]);
+    if (b0 < 0x80) {
+      out.push_back(b0);
+      ++i;
+      continue;
+    }
+    int extra;
+    char32_t cp;
+    char32_t min;
+    if ((b0 & 0xE0) == 0xC0) {
+      extra = 1, cp = b0 & 0x1F, min = 0x80;
+    } else if ((b0 & 0xF0) == 0xE0) {
+      extra = 2, cp = b0 & 0x0F, min = 0x800;
+    } else if ((b0 & 0xF8) == 0xF0) {
+      extra = 3, cp = b0 & 0x07, min = 0x10000;
+    } else {
+      return false;
+    }
+    if (i + static_cast<size_t>(extra) >= bytes.size()) return false;
+    for (int k = 1; k <= extra; ++k) {
+      const auto b = static_cast<unsigned char>(bytes[i + k]);
+      if ((b & 0xC0) != 0x80) return false;
+      cp = (cp << 6) | (b & 0x3F);
+    }
+    if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return false;
+    out.push_back(cp);
+    i += static_cast<size_t>(extra) + 1;
+  }
+  return true;
+}
+
+// CP932 through glibc iconv; an undecodable byte becomes U+FFFD and the
+// conversion goes on with the next byte.
+std::u32string DecodeCp932(std::string_view bytes) {
+  std::u32string out;
+  iconv_t cd = iconv_open("UTF-32LE", "CP932");
+  if (cd == reinterpret_cast<iconv_t>(-1)) {
+    // No converter: keep ASCII, replace the rest.
+    for (char c : bytes) out.push_back(static_cast<unsigned char>(c) < 0x80 ? static_cast<char32_t>(c) : kReplacement);
+    return out;
+  }
+  std::vector<char> buffer(bytes.size() * 4 + 16);
+  char* in = const_cast<char*>(bytes.data());
+  size_t inLeft = bytes.size();
+  char* outPtr = buffer.data();
+  size_t outLeft = buffer.size();
+  auto flush = [&] {
+    const size_t produced = static_cast<size_t>(outPtr - buffer.data()) / 4;
+    const auto* p = reinterpret_cast<const unsigned char*>(buffer.data());
+    for (size_t k = 0; k < produced; ++k) {
+      out.push_back(static_cast<char32_t>(p[4 * k]) | static_cast<char32_t>(p[4 * k + 1]) << 8 |
+                    static_cast<char32_t>(p[4 * k + 2]) << 16 | static_cast<char32_t>(p[4 * k + 3]) << 24);
+    }
+    outPtr = buffer.data();
+    outLeft = buffer.size();
+  };
+  while (inLeft > 0) {
+    const size_t result = iconv(cd, &in, &inLeft, &outPtr, &outLeft);
+    if (result != static_cast<size_t>(-1)) break;
+    flush();
+    if (errno == E2BIG) continue;
+    // EILSEQ or EINVAL: skip one byte and go on.
+    out.push_back(kReplacement);
+    ++in;
+    --inLeft;
+  }
+  flush();
+  iconv_close(cd);
+  return out;
+}
+
+}  // namespace
+
+std::u32string DecodeChartBytes(std::string_view bytes) {
+  const size_t nul = bytes.find('\0');
+  if (nul != std::string_view::npos) bytes = bytes.substr(0, nul);
+  std::u32string text;
+  std::string_view body = bytes;
+  if (body.substr(0, kUtf8Bom.size()) == kUtf8Bom) body.remove_prefix(kUtf8Bom.size());
+  if (DecodeUtf8(body, text)) return text;
+  return DecodeCp932(bytes);
+}
+
+std::string ToUtf8(std::u32string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (char32_t c : text) {
+    if (c < 0x80) {
+      out += static_cast<char>(c);
+    } else if (c < 0x800) {
+      out += static_cast<char>(0xC0 | (c >> 6));
+      out += static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+      out += static_cast<char>(0xE0 | (c >> 12));
+      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+      out += static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+      out += static_cast<char>(0xF0 | (c >> 18));
+      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+      out += static_cast<char>(0x80 | (c & 0x3F));
+    }
+  }
+  return out;
+}
+
+std::u32string FromUtf8(std::string_view text) {
+  std::u32string out;
+  if (!DecodeUtf8(text, out)) {
+    out.clear();
+    for (char c : text) out.push_back(static_cast<unsigned char>(c) < 0x80 ? static_cast<char32_t>(c) : kReplacement);
+  }
+  return out;
+}
+
+std::u32string PrepareChartText(std::u32string text) {
+  if (text.find(U"\r\n") == std::u32string::npos && text.find(U'\r') != std::u32string::npos) {
+    std::u32string converted;
+    converted.reserve(text.size() + text.size() / 16);
+    for (char32_t c : text) {
+      converted.push_back(c);
+      if (c == U'\r') converted.push_back(U'\n');
+    }
+    text = std::move(converted);
+  }
+  return U"\r\n" + text;
+}
+
+void ForEachChartLine(const std::u32string& text, const std::function<void(std::u32string_view line)>& onLine) {
+  // Works in 0-based indices; "start" is the index of the line's first
+  // character, right after the "#".
+  static constexpr std::u32string_view kLineStart = U"\r\n#";
+  static constexpr std::u32string_view kLineEnd = U"\r\n";
+  const std::u32string_view view(text);
+  size_t found = view.find(kLineStart);
+  while (found != std::u32string_view::npos) {
+    const size_t start = found + kLineStart.size();
+    // The end is searched from the line's second character on; with none
+    // found the line runs to the text's last character, excluded.
+    size_t end = start + 1 <= view.size() ? view.find(kLineEnd, start + 1) : std::u32string_view::npos;
+    if (end == std::u32string_view::npos) end = view.empty() ? 0 : view.size() - 1;
+    const std::u32string_view line = end > start ? view.substr(start, end - start) : std::u32string_view();
+    onLine(line);
+    found = view.find(kLineStart, end);
+  }
+}
+
+std::u32string_view TrimBlanks(std::u32string_view text) {
+  while (!text.empty() && text.front() == U' ') text.remove_prefix(1);
+  while (!text.empty() && text.back() == U' ') text.remove_suffix(1);
+  return text;
+}
+
+std::u32string_view MidFrom(std::u32string_view text, size_t from) {
+  if (from == 0 || from > text.size()) return {};
+  return text.substr(from - 1);
+}
+
+}  // namespace vremo
