@@ -1,7 +1,6 @@
 // Bar lines, sort, positions, sound changes, length, identity and rates.
 #include "chart/chart_compiler.h"
 
-#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -17,15 +16,9 @@ constexpr float kDefaultTotalBase = 200.0f;
 
 bool IsLaneChannel(int32_t channel) { return channel >= kFirstLaneChannel && channel <= kLastLaneChannel; }
 
-void LogCapacity(DebugLog& log, const CapacityReport& dropped) {
-  if (dropped.droppedMeasureLines > 0) {
-    log.PutLog("  Err: measure over " + std::to_string(kMaxMeasure) + ": " +
-               std::to_string(dropped.droppedMeasureLines) + " lines dropped.");
-  }
-  if (dropped.droppedObjects > 0) {
-    log.PutLog("  Err: object table full (" + std::to_string(kMaxObjects) +
-               "): " + std::to_string(dropped.droppedObjects) + " objects dropped.");
-  }
+std::string DroppedLine(const char* table, int32_t capacity, int32_t count, const char* what) {
+  return std::string("  Err: ") + table + " full (" + std::to_string(capacity) + " entries): " + std::to_string(count) +
+         " " + what + " dropped.";
 }
 
 // bmsId = notes x (level + 1) in 32-bit integers plus (rank + 1) x bpm in
@@ -132,14 +125,18 @@ std::optional<int32_t> SongLengthMs(const ChartObject* objects, int32_t count, f
 
 int32_t CompileChart(Chart& chart, ChartTables& t, LoadContext& context) {
   DebugLog& log = context.log;
-  LogCapacity(log, t.dropped);
-  t.dropped.droppedMeasureLines = 0;
+  if (t.dropped.droppedMeasureLines > 0) {
+    log.PutLog("  Err: measure over " + std::to_string(kMaxMeasure) + ": " +
+               std::to_string(t.dropped.droppedMeasureLines) + " lines dropped.");
+  }
   if (chart.objectCount == 0) {
     log.PutLog("  Err: object not exists.");
     return 0;
   }
-  const int32_t droppedBefore = t.dropped.droppedObjects;
   MakeRoomForBarLines(t);
+  if (t.dropped.droppedObjects > 0) {
+    log.PutLog(DroppedLine("object table", kMaxObjects, t.dropped.droppedObjects, "objects"));
+  }
 
   chart.sidePlayer = {0, 1};
   if (chart.player == 3) {
@@ -149,18 +146,13 @@ int32_t CompileChart(Chart& chart, ChartTables& t, LoadContext& context) {
 
   log.PutLog("  adding separator...");
   AddBarLines(t);
-  if (t.dropped.droppedObjects > droppedBefore) {
-    log.PutLog("  Err: object table full (" + std::to_string(kMaxObjects) +
-               "): " + std::to_string(t.dropped.droppedObjects - droppedBefore) + " objects dropped for bar lines.");
-  }
   log.PutLog("  sorting objects...");
   SortObjectsByY(chart.objects.data(), chart.objectCount);
   log.PutLog("  recaliculating objects position...");
   SoundChangeList changes{chart.soundChanges.data(), &chart.soundChangeCount};
   ScalePositions(t, &changes);
   if (t.dropped.droppedSoundChanges > 0) {
-    log.PutLog("  Err: sound change list full (" + std::to_string(kMaxSoundChanges) +
-               "): " + std::to_string(t.dropped.droppedSoundChanges) + " changes dropped.");
+    log.PutLog(DroppedLine("sound change list", kMaxSoundChanges, t.dropped.droppedSoundChanges, "changes"));
   }
 
   log.PutLog("BMSLoad complete.");
@@ -196,12 +188,6 @@ int32_t CompileChart(Chart& chart, ChartTables& t, LoadContext& context) {
   return 1;
 }
 
-std::string FormatSingle(float value) {
-  char buffer[32];
-  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-  return std::string(buffer, result.ptr);
-}
-
 std::vector<std::string> SongInfoLines(const Chart& chart) {
   return {
       "* genre:" + chart.genre,
@@ -209,7 +195,7 @@ std::vector<std::string> SongInfoLines(const Chart& chart) {
       "* artist:" + chart.artist,
       "* player:" + std::to_string(chart.player),
       "* playlevel:" + std::to_string(chart.playLevel) + ", rank:" + std::to_string(chart.rank),
-      "* bpm:" + FormatSingle(chart.bpm),
+      "* bpm:" + ShortestDecimal(chart.bpm),
       "----------------",
   };
 }

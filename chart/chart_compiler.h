@@ -48,7 +48,4 @@ int32_t CompileChart(Chart& chart, ChartTables& tables, LoadContext& context);
 // "* genre:" to "----------------".
 std::vector<std::string> SongInfoLines(const Chart& chart);
 
-// Shortest decimal text of a single-precision value ("150", "120.5").
-std::string FormatSingle(float value);
-
 }  // namespace vremo

@@ -1,7 +1,8 @@
 // JSON writer for the compiled chart.
 #include "chart/chart_dump.h"
 
-#include <charconv>
+#include "chart/numbers.h"
+
 #include <cmath>
 #include <cstdio>
 
@@ -47,9 +48,7 @@ void AppendFloat(std::string& out, Float value) {
   } else if (std::isinf(value)) {
     out += value > 0 ? "\"inf\"" : "\"-inf\"";
   } else {
-    char buffer[40];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-    out.append(buffer, result.ptr);
+    out += ShortestDecimal(value);
   }
 }
 

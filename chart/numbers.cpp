@@ -152,4 +152,19 @@ int32_t LeadingHex(std::u32string_view text) {
   return value;
 }
 
+namespace {
+template <typename Float>
+std::string Shortest(Float value) {
+  char buffer[400];
+  const Float magnitude = value < 0 ? -value : value;
+  const bool plain = magnitude == 0 || (magnitude >= Float(1e-6) && magnitude < Float(1e21));
+  const auto result = plain ? std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed)
+                            : std::to_chars(buffer, buffer + sizeof buffer, value);
+  return std::string(buffer, result.ptr);
+}
+}  // namespace
+
+std::string ShortestDecimal(float value) { return Shortest(value); }
+std::string ShortestDecimal(double value) { return Shortest(value); }
+
 }  // namespace vremo

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace vremo {
@@ -29,5 +30,11 @@ double LeadingNumber(std::u32string_view text);
 // The leading hexadecimal digits of the text as a number, 0 when there are
 // none ("1Z" is 1, "Z1" is 0).
 int32_t LeadingHex(std::u32string_view text);
+
+// Shortest text that reads back as the same value, in plain decimals for
+// everyday magnitudes ("150", "0.096", "100000") and with an exponent only
+// for very large or small ones. Finite values only.
+std::string ShortestDecimal(float value);
+std::string ShortestDecimal(double value);
 
 }  // namespace vremo

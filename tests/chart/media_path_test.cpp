@@ -1,0 +1,56 @@
+#include "chart/media_path.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/chart/chart_fixture.h"
+
+namespace vremo {
+namespace {
+
+using testing::TempFolder;
+
+class MediaPaths : public ::testing::Test {
+ protected:
+  MediaPaths() {
+    for (const char* name :
+         {"Sounds/Kick.OGG", "bg.png", "Deep/Er/hat.wav", "both.ogg", "both.flac", "exact.wav", "EXACT.wav", "noext"}) {
+      folder.Write(name, "x");
+    }
+  }
+  std::string In(const std::string& name) const { return folder.path().string() + "/" + name; }
+  std::optional<std::string> Found(const std::string& name, MediaKind kind = MediaKind::kSound) const {
+    auto found = ResolveMediaPath(In(name), kind);
+    if (found) found->erase(0, folder.path().string().size() + 1);
+    return found;
+  }
+  TempFolder folder;
+};
+
+TEST_F(MediaPaths, BackslashesAndCaseAreForgiven) {
+  EXPECT_EQ(Found("Sounds/Kick.OGG"), "Sounds/Kick.OGG");
+  EXPECT_EQ(Found("sounds\\kick.ogg"), "Sounds/Kick.OGG");
+  EXPECT_EQ(Found("deep\\ER\\HAT.WAV"), "Deep/Er/hat.wav");
+  EXPECT_EQ(Found("exact.wav"), "exact.wav");
+  EXPECT_EQ(Found("Exact.wav").has_value(), true);
+}
+
+TEST_F(MediaPaths, OtherExtensionsOfTheSameKindAreTried) {
+  EXPECT_EQ(Found("sounds/kick.wav"), "Sounds/Kick.OGG");
+  EXPECT_EQ(Found("both.wav"), "both.ogg");  // in the order wav, ogg, flac, mp3
+  EXPECT_EQ(Found("bg.bmp", MediaKind::kPicture), "bg.png");
+  EXPECT_EQ(Found("BG.JPG", MediaKind::kPicture), "bg.png");
+  EXPECT_FALSE(Found("bg.wav"));
+  EXPECT_FALSE(Found("hat.wav", MediaKind::kPicture));
+}
+
+TEST_F(MediaPaths, MissingNamesAndFoldersResolveToNothing) {
+  EXPECT_FALSE(Found("none.wav"));
+  EXPECT_FALSE(Found(""));
+  EXPECT_FALSE(Found("Sounds"));
+  EXPECT_FALSE(Found("Sounds/"));
+  EXPECT_FALSE(Found("nofolder/kick.ogg"));
+  EXPECT_EQ(Found("NOEXT"), "noext");
+}
+
+}  // namespace
+}  // namespace vremo

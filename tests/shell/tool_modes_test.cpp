@@ -1,0 +1,132 @@
+#include "shell/tool_modes.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <sstream>
+
+#include "tests/chart/chart_fixture.h"
+
+namespace vremo {
+namespace {
+
+using testing::Crlf;
+using testing::TempFolder;
+
+struct ToolRun {
+  int status;
+  std::string out;
+  std::string err;
+};
+
+ToolRun RunTool(const std::vector<std::string>& args) {
+  std::ostringstream out;
+  std::ostringstream err;
+  const auto status = RunToolMode(args, out, err);
+  return {status.value_or(-1), out.str(), err.str()};
+}
+
+std::string SplitLines(const std::string& text, size_t from) {
+  size_t pos = 0;
+  for (size_t i = 0; i < from; ++i) pos = text.find('\n', pos) + 1;
+  return text.substr(pos);
+}
+
+class ToolModes : public ::testing::Test {
+ protected:
+  std::string Chart(const std::string& name, const std::vector<std::string>& lines) {
+    return folder.Write(name, Crlf(lines));
+  }
+  TempFolder folder;
+};
+
+TEST_F(ToolModes, InfoPrintsTheLoadLogAndTheSongLines) {
+  const std::string path = Chart("a.bms", {"#GENRE Test", "#TITLE Tiny", "#ARTIST Us", "#BPM 150", "#PLAYLEVEL 2",
+                                           "#RANK 3", "#00111:0101", "#00121:01"});
+  const ToolRun run = RunTool({"--info", path});
+  EXPECT_EQ(run.status, kExitLoaded);
+  EXPECT_EQ(SplitLines(run.out, 6),
+            "BMS load --------\n"
+            "  file exist...\n"
+            "  loading bms...\n"
+            "  compiling bms & file loading...\n"
+            "  VRAM free: 0bytes\n"
+            "  adding separator...\n"
+            "  sorting objects...\n"
+            "  recaliculating objects position...\n"
+            "BMSLoad complete.\n"
+            "BMSInfo --------\n"
+            "* BMS-ID: 609\n"
+            "* 5objects, 1measures\n"
+            "* TotalNotes 1:2 2:1\n"
+            "* length 2400ms, 288pixels\n"
+            "* genre:Test\n"
+            "* title:Tiny\n"
+            "* artist:Us\n"
+            "* player:0\n"
+            "* playlevel:2, rank:3\n"
+            "* bpm:150\n"
+            "----------------\n");
+  EXPECT_EQ(run.out.substr(0, 6), "\n\n\n\n\n\n");
+}
+
+TEST_F(ToolModes, SeveralChartsLoadIntoOneChartAndTheLastDecides) {
+  const std::string first = Chart("a.bms", {"#GENRE Kept", "#TITLE A", "#BPM 120", "#00011:01"});
+  const std::string second = Chart("b.bms", {"#TITLE B", "#00011:0101"});
+  const ToolRun run = RunTool({"--info", first, second});
+  EXPECT_EQ(run.status, kExitLoaded);
+  EXPECT_NE(run.out.find("* genre:Kept\n* title:B\n"), std::string::npos);
+  EXPECT_EQ(run.out.find("* title:A"), std::string::npos);
+
+  const ToolRun failed = RunTool({"--info", first, Chart("c.bms", {"#TITLE C"})});
+  EXPECT_EQ(failed.status, kExitNoObject);
+  EXPECT_NE(failed.out.find("  Err: object not exists.\nBMS load error\n"), std::string::npos);
+
+  const ToolRun missing = RunTool({"--info", first, folder.path().string() + "/none.bms"});
+  EXPECT_EQ(missing.status, kExitMissing);
+  EXPECT_EQ(missing.out, "Err[not exist] :none.bms\nBMS load error\n");
+}
+
+TEST_F(ToolModes, DumpDescribesTheCompiledChart) {
+  const std::string path =
+      Chart("d.bms", {"#GENRE G", "#TITLE \"Q\"", "#ARTIST A", "#BPM 120", "#PLAYLEVEL 1", "#RANK 2", "#TOTAL 0",
+                      "#WAV0a kick.wav", "#BMPFF bg.png", "#00011:0A", "#00103:B4"});
+  const ToolRun run = RunTool({"--dump", path});
+  EXPECT_EQ(run.status, kExitLoaded);
+  const std::string expected =
+      "{\"path\":\"" + path +
+      "\",\"title\":\"\\\"Q\\\"\",\"artist\":\"A\",\"genre\":\"G\",\"bpm\":120,\"player\":0,"
+      "\"playLevel\":1,\"rank\":2,\"total\":200,\"volWav\":0,\"midiFile\":\"\",\"maxMeasure\":1,"
+      "\"objectCount\":4,\"totalNotes\":[1,0],\"sideUsed\":[true,false],\"sidePlayer\":[0,1],"
+      "\"lengthMs\":2000,\"bmsId\":362,\"marquee\":\" * \\\"G\\\" \\\"Q\\\" / A\","
+      "\"gaugePerNote\":[200,\"inf\"],\"pointsPerNote\":[100000,\"inf\"],\"effectiveBpm\":120,"
+      "\"unitsPerMs\":0.096,\"objects\":[[0,0,0,-1,0],[0,0,0,11,10],[1,192,0,-1,0],[1,192,0,3,180]],"
+      "\"keySoundChanges\":[[11,0,10]],\"wav\":{\"0A\":\"kick.wav\"},\"bmp\":{\"FF\":\"bg.png\"}}\n";
+  EXPECT_EQ(run.out, expected);
+}
+
+TEST_F(ToolModes, UsageHelpAndVersion) {
+  EXPECT_EQ(RunTool({"--info"}).status, kExitUsage);
+  EXPECT_EQ(RunTool({"--version"}).out, "Vremo v0.26 release\n");
+  EXPECT_NE(RunTool({"--help"}).out.find("--dump CHART..."), std::string::npos);
+  EXPECT_FALSE(RunToolMode({"song.bms"}, std::cout, std::cerr));
+  EXPECT_FALSE(RunToolMode({}, std::cout, std::cerr));
+}
+
+TEST(VremoExecutable, InfoOnTheDemoChart) {
+  const std::string command = std::string(VREMO_EXECUTABLE) + " --info '" + VREMO_DEMO_CHART + "'";
+  FILE* pipe = popen(command.c_str(), "r");
+  ASSERT_NE(pipe, nullptr);
+  std::string out;
+  char buffer[4096];
+  while (size_t n = fread(buffer, 1, sizeof buffer, pipe)) out.append(buffer, n);
+  const int status = pclose(pipe);
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+  EXPECT_NE(out.find("* title:Vremo Demo - Paper Lanterns\n"), std::string::npos);
+  EXPECT_NE(out.find("* TotalNotes 1:323 2:0\n"), std::string::npos);
+  EXPECT_EQ(out.substr(out.size() - 17), "----------------\n");
+}
+
+}  // namespace
+}  // namespace vremo
