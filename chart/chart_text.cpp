@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <vector>
 
 namespace vremo {
 namespace {
@@ -51,7 +50,8 @@ bool DecodeUtf8(std::string_view bytes, std::u32string& out) {
 }
 
 // CP932 through glibc iconv; an undecodable byte becomes U+FFFD and the
-// conversion goes on with the next byte.
+// conversion goes on with the next byte. The output goes through a small
+// buffer: iconv is called many times on garbage, and each call is cheap.
 std::u32string DecodeCp932(std::string_view bytes) {
   std::u32string out;
   iconv_t cd = iconv_open("UTF-32LE", "CP932");
@@ -60,32 +60,27 @@ std::u32string DecodeCp932(std::string_view bytes) {
     for (char c : bytes) out.push_back(static_cast<unsigned char>(c) < 0x80 ? static_cast<char32_t>(c) : kReplacement);
     return out;
   }
-  std::vector<char> buffer(bytes.size() * 4 + 16);
+  out.reserve(bytes.size());
+  constexpr size_t kChunkBytes = 16 * 1024;
+  char buffer[kChunkBytes];
   char* in = const_cast<char*>(bytes.data());
   size_t inLeft = bytes.size();
-  char* outPtr = buffer.data();
-  size_t outLeft = buffer.size();
-  auto flush = [&] {
-    const size_t produced = static_cast<size_t>(outPtr - buffer.data()) / 4;
-    const auto* p = reinterpret_cast<const unsigned char*>(buffer.data());
-    for (size_t k = 0; k < produced; ++k) {
-      out.push_back(static_cast<char32_t>(p[4 * k]) | static_cast<char32_t>(p[4 * k + 1]) << 8 |
-                    static_cast<char32_t>(p[4 * k + 2]) << 16 | static_cast<char32_t>(p[4 * k + 3]) << 24);
-    }
-    outPtr = buffer.data();
-    outLeft = buffer.size();
-  };
   while (inLeft > 0) {
+    char* outPtr = buffer;
+    size_t outLeft = sizeof buffer;
     const size_t result = iconv(cd, &in, &inLeft, &outPtr, &outLeft);
-    if (result != static_cast<size_t>(-1)) break;
-    flush();
-    if (errno == E2BIG) continue;
+    const int error = errno;
+    const auto* p = reinterpret_cast<const unsigned char*>(buffer);
+    for (const auto* end = reinterpret_cast<const unsigned char*>(outPtr); p + 4 <= end; p += 4) {
+      out.push_back(static_cast<char32_t>(p[0]) | static_cast<char32_t>(p[1]) << 8 | static_cast<char32_t>(p[2]) << 16 |
+                    static_cast<char32_t>(p[3]) << 24);
+    }
+    if (result != static_cast<size_t>(-1) || error == E2BIG) continue;
     // EILSEQ or EINVAL: skip one byte and go on.
     out.push_back(kReplacement);
     ++in;
     --inLeft;
   }
-  flush();
   iconv_close(cd);
   return out;
 }

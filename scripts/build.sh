@@ -9,7 +9,7 @@ dir=build
 flags=(-DCMAKE_BUILD_TYPE=RelWithDebInfo)
 if [ "${1:-}" = "--sanitize" ]; then
   dir=build-asan
-  flags=(-DCMAKE_BUILD_TYPE=Debug -DVREMO_SANITIZE=ON -DVREMO_BENCH=OFF)
+  flags=(-DCMAKE_BUILD_TYPE=Debug "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g" -DVREMO_SANITIZE=ON -DVREMO_BENCH=OFF)
 fi
 
 cmake -S . -B "$dir" -G Ninja "${flags[@]}" >/dev/null
