@@ -1,0 +1,81 @@
+// Judging notes against the play position: JudgeNote, and the pending-note
+// and missed-note rules the renderer runs while it draws a frame.
+#include <cmath>
+
+#include "chart/numbers.h"
+#include "play/play_engine.h"
+
+namespace vremo {
+namespace {
+
+// The renderer draws objects from this many before the next one, so notes
+// just passed can still be missed.
+constexpr int32_t kObjectsDrawnBehind = 20;
+
+}  // namespace
+
+void PlayEngine::JudgeNote(int32_t objectIndex, int32_t lateness) {
+  if (objectIndex < 0 || objectIndex >= chart_.objectCount) return;
+  ChartObject& object = chart_.objects[objectIndex];
+  const int32_t group = ChannelGroup(object.channel);
+  const int player = chart_.sidePlayer[group] == 0 ? 0 : 1;
+  int32_t d = lateness;
+  if (lateness == 0) {
+    const auto measured = RoundToInt32(std::fabs(state_.currentPosition - object.y));
+    if (!measured) return;  // a distance past 32 bits cannot be judged
+    d = *measured;
+  }
+  if (scores_.missFlag) {
+    state_.pictureChanged = true;
+    scores_.missFlag = false;
+  }
+  JudgeInput input;
+  input.lateness = d;
+  input.gaugeStep = chart_.gaugePerNote[player];
+  input.pointsUnit = chart_.pointsPerNote[player];
+  input.currentPosition = state_.currentPosition;
+  input.tick = clock_.TickCount();
+  ApplyJudgement(scores_, player, input);
+  object.done = kTrue16;
+}
+
+void PlayEngine::ConsiderPendingNote(int32_t objectIndex, int32_t drawnY) {
+  if (drawnY <= 0 || !settings_.userPlay) return;
+  if (objectIndex < 0 || objectIndex >= chart_.objectCount) return;
+  const ChartObject& object = chart_.objects[objectIndex];
+  if (!IsPlayableChannel(object.channel)) return;
+  int32_t& pending = state_.lanePendingNote[object.channel - kFirstLaneChannel];
+  if (pending != kNoPendingNote || object.done != 0) return;
+  if (std::fabs(object.y - state_.currentPosition) < kPendingNoteRange) pending = objectIndex;
+}
+
+void PlayEngine::ApplyMissedNotes() {
+  if (!settings_.userPlay) return;
+  for (int32_t lane = 0; lane < kLaneChannelCount; ++lane) {
+    int32_t& pending = state_.lanePendingNote[lane];
+    if (pending < 0 || pending >= chart_.objectCount) continue;
+    if (state_.currentPosition - chart_.objects[pending].y < kMissedNoteDistance) continue;
+    JudgeNote(pending, kMissedNoteLateness);
+    // By the lane's own side, not the player map: in double play this clears
+    // the unused second combo (the Poor already cleared the player's own).
+    scores_.players[ChannelGroup(lane + kFirstLaneChannel)].combo = 0;
+    pending = kNoPendingNote;
+  }
+}
+
+void PlayEngine::RunJudgeBookkeeping(int32_t nextObjectIndex, int32_t drawHeight) {
+  if (nextObjectIndex > chart_.objectCount || !settings_.showObj || !settings_.userPlay) return;
+  ApplyMissedNotes();
+  const double hiSpeed = settings_.hiSpeed;
+  const double cur = state_.currentPosition;
+  const double visibleEnd = cur + drawHeight / hiSpeed;
+  for (int32_t i = std::max(0, nextObjectIndex - kObjectsDrawnBehind);
+       i < chart_.objectCount && chart_.objects[i].y < visibleEnd; ++i) {
+    const ChartObject& object = chart_.objects[i];
+    if (!IsPlayableChannel(object.channel)) continue;
+    const auto y = RoundToInt32(drawHeight + (cur - object.y) * hiSpeed);
+    if (y) ConsiderPendingNote(i, *y);
+  }
+}
+
+}  // namespace vremo

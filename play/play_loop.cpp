@@ -1,0 +1,165 @@
+// The play loop: start, the main loop's passes, the wait for the last sounds
+// and the end of a play; the 10 ms play timer.
+#include "play/play_engine.h"
+
+#include <algorithm>
+
+#include "chart/numbers.h"
+#include "play/score_log.h"
+
+namespace vremo {
+namespace {
+
+constexpr int32_t kSkipDrawingExtraSleepMs = 5;  // a minimized window plays more gently
+constexpr float kGaugeSmoothing = 0.1f;
+
+}  // namespace
+
+PlayEngine::PlayEngine(Chart& chart, const Settings& settings, SoundBank& sounds, Clock& clock, DebugLog& log,
+                       PlayHost& host)
+    : chart_(chart), settings_(settings), sounds_(sounds), clock_(clock), log_(log), host_(host) {
+  state_.lanePendingNote.fill(kNoPendingNote);
+  scores_.ResetPlayers();
+}
+
+void PlayEngine::SetFrameDrawer(FrameDrawer* drawer) { drawer_ = drawer != nullptr ? drawer : &nullDrawer_; }
+
+void PlayEngine::PlayLoop() {
+  StartPlay();
+  while (PlayPass()) {
+  }
+}
+
+void PlayEngine::StartPlay() {
+  state_.stopRequested = false;
+  state_.running = true;
+  log_.PutLog("PlayLoop --------");
+  log_.PutLog("  initialize...");
+  state_.lanePendingNote.fill(kNoPendingNote);
+  // The judged flags, up to and including the entry after the last object.
+  const int32_t lastIndex = std::min(chart_.objectCount, kMaxObjects - 1);
+  for (int32_t i = 0; i <= lastIndex; ++i) chart_.objects[i].done = 0;
+  for (int slot = 0; slot < kMediaSlots; ++slot) {
+    if (!sounds_.HasSound(slot)) continue;
+    sounds_.Rewind(slot);
+    sounds_.Stop(slot);
+  }
+  if (settings_.userRec) record_.StartRecording();
+  state_.positionOffset = 0;
+  SetTempo(static_cast<double>(chart_.bpm) * settings_.realHiSpeed);
+  state_.nextRecordEntry = 0;
+  scores_.ResetPlayers();
+  log_.PutLog("  playloop start");
+  playTimerActive_ = true;
+  host_.StartPlayTimer();
+  phase_ = Phase::kLooping;
+}
+
+bool PlayEngine::PlayPass() {
+  switch (phase_) {
+    case Phase::kLooping:
+      if (RunPass()) return true;
+      EndMainLoop();
+      if (phase_ == Phase::kWaitingForSounds) return true;
+      FinishPlay();
+      return false;
+    case Phase::kWaitingForSounds:
+      if (WaitForSoundsPass()) return true;
+      FinishPlay();
+      return false;
+    case Phase::kIdle:
+      break;
+  }
+  return false;
+}
+
+bool PlayEngine::RunPass() {
+  StepFrame();
+  // About once a second, right after the frame meter rolled over.
+  if (state_.framesThisSecond == 1) SetSeekBar();
+  host_.ProcessMessages();
+  const int64_t sleepMs = int64_t{settings_.sleepMs} + (state_.skipDrawing ? kSkipDrawingExtraSleepMs : 0);
+  host_.Sleep(static_cast<int32_t>(std::min<int64_t>(sleepMs, INT32_MAX)));
+  return state_.nextObject < chart_.objectCount && !state_.stopRequested;
+}
+
+void PlayEngine::EndMainLoop() {
+  if (playTimerActive_) {
+    playTimerActive_ = false;
+    host_.KillPlayTimer();
+  }
+  log_.PutLog("  play-loop end.");
+  if (settings_.dontWait) return;
+  log_.PutLog("  waiting for sounds stop...");
+  phase_ = Phase::kWaitingForSounds;
+}
+
+bool PlayEngine::WaitForSoundsPass() {
+  SoundOverview overview;
+  overview.barWidth.fill(-1.0);
+  for (int slot = 0; slot < kMediaSlots; ++slot) {
+    if (!sounds_.HasSound(slot)) continue;
+    const int32_t cursor = sounds_.PlayCursor(slot);
+    if (cursor == 0) continue;
+    ++overview.soundingCount;
+    const int32_t length = sounds_.LengthBytes(slot);
+    overview.barWidth[slot] =
+        length > 0 ? static_cast<double>(cursor) / length * kOverviewCellPixels : kOverviewCellPixels;
+  }
+  drawer_->DrawSoundOverview(overview);
+  host_.ShowSongInfo("curpoly: " + std::to_string(overview.soundingCount));
+  host_.ProcessMessages();
+  host_.Sleep(settings_.sleepMs);
+  if (overview.soundingCount >= 1 && !state_.stopRequested) return true;
+  log_.PutLog("  sounds stopped.");
+  return false;
+}
+
+void PlayEngine::FinishPlay() {
+  if (playTimerActive_) {  // a driver that skipped EndMainLoop
+    playTimerActive_ = false;
+    host_.KillPlayTimer();
+  }
+  state_.running = false;
+  SetSeekBar();
+  for (int slot = 0; slot < kMediaSlots; ++slot) {
+    if (!sounds_.HasSound(slot)) continue;
+    sounds_.Stop(slot);
+    sounds_.Rewind(slot);
+  }
+  if (settings_.userPlay && !state_.stopRequested && !settings_.demoMode) WriteResults();
+  host_.PlayControlsEnabled();
+  if (settings_.userRec) host_.RecordingEnded();
+  log_.PutLog("PlayLoop complete");
+  log_.SetCaption("[" + chart_.genre + "] " + chart_.title + " / " + chart_.artist);
+  phase_ = Phase::kIdle;
+}
+
+void PlayEngine::WriteResults() {
+  // A score log that cannot be written is skipped; the play still ends.
+  AppendScoreLog(scoreLogFolder_, chart_, scores_, settings_);
+  LogScoreFigures(log_, scores_);
+  host_.ShowSongInfo(ResultLine(playResult_));
+}
+
+void PlayEngine::SetSeekBar() {
+  // Positions past the 16-bit bar cannot be shown; the bar stays as it was.
+  if (auto value = RoundToInt16(state_.currentPosition)) host_.SetSeekBarByProgram(*value);
+}
+
+void PlayEngine::PlayTimerProc() {
+  for (int p = 1; p >= 0; --p) {
+    PlayerScore& score = scores_.players[p];
+    score.displayedGauge += (score.gauge - score.displayedGauge) * kGaugeSmoothing;
+  }
+  if (state_.stopRequested || !state_.running) {
+    if (playTimerActive_) {
+      playTimerActive_ = false;
+      host_.KillPlayTimer();
+    }
+    return;
+  }
+  StepFrame();
+}
+
+}  // namespace vremo

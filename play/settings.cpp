@@ -1,0 +1,148 @@
+// The settings key table and the text conversions shared by the settings
+// file and the tool modes.
+#include "play/settings.h"
+
+#include <array>
+#include <optional>
+
+#include "chart/chart_text.h"
+#include "chart/numbers.h"
+
+namespace vremo {
+namespace {
+
+template <auto Member>
+OptionField Field(Settings& s) {
+  return &(s.*Member);
+}
+template <auto Placement, auto Member>
+OptionField PlacementField(Settings& s) {
+  return &((s.*Placement).*Member);
+}
+
+constexpr std::array kKeys = {
+    SettingsKey{"MainForm", "Left", PlacementField<&Settings::mainForm, &WindowPlacement::left>},
+    SettingsKey{"MainForm", "Top", PlacementField<&Settings::mainForm, &WindowPlacement::top>},
+    SettingsKey{"MainForm", "Width", PlacementField<&Settings::mainForm, &WindowPlacement::width>},
+    SettingsKey{"MainForm", "Height", PlacementField<&Settings::mainForm, &WindowPlacement::height>},
+    SettingsKey{"MainForm", "WindowState", PlacementField<&Settings::mainForm, &WindowPlacement::windowState>},
+    SettingsKey{"Setting", "Sleep", Field<&Settings::sleepMs>},
+    SettingsKey{"Setting", "NoBGA", Field<&Settings::noBga>},
+    SettingsKey{"Setting", "NoWAV", Field<&Settings::noWav>},
+    SettingsKey{"Setting", "ShowObj", Field<&Settings::showObj>},
+    SettingsKey{"Setting", "ShowBGA", Field<&Settings::showBga>},
+    SettingsKey{"Setting", "PlaySound", Field<&Settings::playSound>},
+    SettingsKey{"Setting", "PlayKeySound", Field<&Settings::playKeySound>},
+    SettingsKey{"Setting", "UserPlay", Field<&Settings::userPlay>},
+    SettingsKey{"Setting", "UserRec", Field<&Settings::userRec>},
+    SettingsKey{"Setting", "ShowRec", Field<&Settings::showRec>},
+    SettingsKey{"Setting", "PlayRec", Field<&Settings::playRec>},
+    SettingsKey{"Setting", "DEMOMode", Field<&Settings::demoMode>},
+    SettingsKey{"Setting", "ShowVLine", Field<&Settings::showVLine>},
+    SettingsKey{"Setting", "ShowGlid", Field<&Settings::showGlid>},
+    SettingsKey{"Setting", "HiSpeed", Field<&Settings::hiSpeed>},
+    SettingsKey{"Setting", "RealHiSpeed", Field<&Settings::realHiSpeed>},
+    SettingsKey{"Setting", "PolMode", Field<&Settings::polMode>},
+    SettingsKey{"Setting", "Rect", Field<&Settings::rect>},
+    SettingsKey{"Setting", "ShowGauge", Field<&Settings::showGauge>},
+    SettingsKey{"Setting", "TitleDisplay", Field<&Settings::titleDisplay>},
+    SettingsKey{"NoteSetting", "Hidden", Field<&Settings::hidden>},
+    SettingsKey{"NoteSetting", "Sudden", Field<&Settings::sudden>},
+    SettingsKey{"NoteSetting", "Stealth", Field<&Settings::stealth>},
+    SettingsKey{"NoteSetting", "Reverse", Field<&Settings::reverse>},
+    SettingsKey{"NoteSetting", "Accel", Field<&Settings::accel>},
+    SettingsKey{"NoteSetting", "Nazo", Field<&Settings::nazo>},
+    SettingsKey{"Setting", "DontStretch", Field<&Settings::dontStretch>},
+    SettingsKey{"Setting", "DontWait", Field<&Settings::dontWait>},
+    SettingsKey{"Setting", "WndMode", Field<&Settings::wndMode>},
+    SettingsKey{"PlayList", "Left", PlacementField<&Settings::playList, &WindowPlacement::left>},
+    SettingsKey{"PlayList", "Top", PlacementField<&Settings::playList, &WindowPlacement::top>},
+    SettingsKey{"PlayList", "Width", PlacementField<&Settings::playList, &WindowPlacement::width>},
+    SettingsKey{"PlayList", "Height", PlacementField<&Settings::playList, &WindowPlacement::height>},
+    SettingsKey{"PlayList", "WindowState", PlacementField<&Settings::playList, &WindowPlacement::windowState>},
+    SettingsKey{"Setting", "WndAutoHide", Field<&Settings::wndAutoHide>},
+};
+
+bool SameName(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    char x = a[i];
+    char y = b[i];
+    if (x >= 'a' && x <= 'z') x = static_cast<char>(x - 'a' + 'A');
+    if (y >= 'a' && y <= 'z') y = static_cast<char>(y - 'a' + 'A');
+    if (x != y) return false;
+  }
+  return true;
+}
+
+std::string_view Trim(std::string_view text) {
+  while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
+  while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+  return text;
+}
+
+std::optional<double> NumberOf(std::string_view text) { return ParseNumber(FromUtf8(Trim(text))); }
+
+std::optional<bool> BooleanOf(std::string_view text) {
+  if (SameName(Trim(text), "True")) return true;
+  if (SameName(Trim(text), "False")) return false;
+  if (auto number = NumberOf(text)) return *number != 0.0;
+  return std::nullopt;
+}
+
+template <typename T>
+bool Assign(T* target, std::optional<T> value) {
+  if (!value) return false;
+  *target = *value;
+  return true;
+}
+
+}  // namespace
+
+std::span<const SettingsKey> SettingsKeys() { return kKeys; }
+
+const SettingsKey* FindSettingsKey(std::string_view name) {
+  const size_t dot = name.find('.');
+  for (const SettingsKey& key : kKeys) {
+    if (dot != std::string_view::npos) {
+      if (SameName(name.substr(0, dot), key.section) && SameName(name.substr(dot + 1), key.key)) return &key;
+    } else if ((key.section == "Setting" || key.section == "NoteSetting") && SameName(name, key.key)) {
+      return &key;
+    }
+  }
+  return nullptr;
+}
+
+bool SetOption(Settings& settings, std::string_view name, std::string_view value) {
+  const SettingsKey* key = FindSettingsKey(name);
+  if (key == nullptr) return false;
+  const OptionField field = key->field(settings);
+  if (auto* b = std::get_if<bool*>(&field)) return Assign(*b, BooleanOf(value));
+  if (auto* s = std::get_if<std::string*>(&field)) {
+    **s = std::string(value);
+    return true;
+  }
+  const std::optional<double> number = NumberOf(value);
+  if (!number) return false;
+  if (auto* i16 = std::get_if<int16_t*>(&field)) return Assign(*i16, RoundToInt16(*number));
+  if (auto* i32 = std::get_if<int32_t*>(&field)) return Assign(*i32, RoundToInt32(*number));
+  return Assign(std::get<float*>(field), ToSingle(*number));
+}
+
+bool SetOptionText(Settings& settings, std::string_view nameEqualsValue) {
+  const size_t equals = nameEqualsValue.find('=');
+  if (equals == std::string_view::npos) return false;
+  return SetOption(settings, Trim(nameEqualsValue.substr(0, equals)), nameEqualsValue.substr(equals + 1));
+}
+
+std::string OptionText(const Settings& settings, const SettingsKey& key) {
+  // The table hands out writable pointers; only reads happen here.
+  const OptionField field = key.field(const_cast<Settings&>(settings));
+  if (auto* b = std::get_if<bool*>(&field)) return **b ? "True" : "False";
+  if (auto* s = std::get_if<std::string*>(&field)) return **s;
+  if (auto* i16 = std::get_if<int16_t*>(&field)) return std::to_string(**i16);
+  if (auto* i32 = std::get_if<int32_t*>(&field)) return std::to_string(**i32);
+  return ShortestDecimal(*std::get<float*>(field));
+}
+
+}  // namespace vremo

@@ -1,0 +1,177 @@
+#include "play/judge.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/play/play_fixture.h"
+
+namespace vremo {
+namespace {
+
+using testing::AddObject;
+
+JudgeInput At(int32_t d, float step = 3.0f, double unit = 100.0) {
+  JudgeInput in;
+  in.lateness = d;
+  in.gaugeStep = step;
+  in.pointsUnit = unit;
+  in.currentPosition = 10.5;
+  in.tick = 777;
+  return in;
+}
+
+TEST(JudgementWindows, KindColourAndEffectsByDistance) {
+  struct Case {
+    int32_t d, kind, colour;
+    float gauge;
+    double pts;
+    float jPts;
+  };
+  const Case cases[] = {
+      {0, kJudgeFGreat, 0x00FFFF, 25.0f, 200.0, 18.0f}, {2, kJudgeFGreat, 0x00FFFF, 25.0f, 200.0, 16.0f},
+      {3, kJudgeGreat, 0x00FF00, 25.0f, 100.0, 15.0f},  {5, kJudgeGreat, 0x00FF00, 25.0f, 100.0, 13.0f},
+      {6, kJudgeGood, 0xFF0000, 23.0f, 50.0, 12.0f},    {11, kJudgeGood, 0xFF0000, 23.0f, 50.0, 7.0f},
+      {12, kJudgeBad, 0xFF00FF, 13.0f, 0.0, 6.0f},      {17, kJudgeBad, 0xFF00FF, 13.0f, 0.0, 1.0f},
+      {18, kJudgeBad, 0xFF00FF, 13.0f, 0.0, 0.0f},      {23, kJudgeBad, 0xFF00FF, 13.0f, 0.0, -10.0f},
+      {24, kJudgePoor, 0x0000FF, 4.0f, 0.0, -12.0f},    {48, kJudgePoor, 0x0000FF, 4.0f, 0.0, -60.0f},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.d);
+    ScoreBoard board;
+    board.ResetPlayers();
+    board.players[0].combo = 4;
+    board.players[0].displayedGauge = 20.0f;
+    EXPECT_EQ(ApplyJudgement(board, 0, At(c.d)), c.kind);
+    const PlayerScore& s = board.players[0];
+    EXPECT_EQ(s.lastJudgement, c.kind);
+    EXPECT_EQ(board.lastColour, c.colour);
+    EXPECT_FLOAT_EQ(s.gauge, c.gauge);
+    EXPECT_DOUBLE_EQ(s.pts, c.pts);
+    EXPECT_FLOAT_EQ(s.jPts, c.jPts);
+    EXPECT_EQ(s.lastJudgementTick, 777);
+    const bool hit = c.kind >= kJudgeGood;
+    EXPECT_EQ(s.combo, hit ? 5 : 0);
+    EXPECT_EQ(board.missFlag, !hit);
+    EXPECT_FLOAT_EQ(s.displayedGauge, hit ? 20.0f : 0.0f);
+    EXPECT_EQ(board.missPosition, hit ? 0 : 10);  // 10.5 rounds to even
+    EXPECT_EQ(s.fGreat + s.great + s.good + s.bad + s.poor, 1);
+  }
+}
+
+TEST(JudgementWindows, GaugeStaysWithinItsLimits) {
+  ScoreBoard board;
+  board.ResetPlayers();
+  PlayerScore& s = board.players[1];
+  EXPECT_FLOAT_EQ(s.gauge, 22.0f);
+  for (int i = 0; i < 5; ++i) ApplyJudgement(board, 1, At(4, 13.0f));
+  EXPECT_FLOAT_EQ(s.gauge, 87.0f);
+  ApplyJudgement(board, 1, At(4, 13.0f));  // (100 - 22) / 13 = 6 Greats reach the top
+  EXPECT_FLOAT_EQ(s.gauge, 100.0f);
+  ApplyJudgement(board, 1, At(0, 13.0f));
+  EXPECT_FLOAT_EQ(s.gauge, 100.0f);
+  ApplyJudgement(board, 1, At(30, 13.0f));
+  EXPECT_FLOAT_EQ(s.gauge, 22.0f);
+  ApplyJudgement(board, 1, At(30, 13.0f));
+  EXPECT_FLOAT_EQ(s.gauge, 0.0f);
+  EXPECT_EQ(board.players[0].poor, 0);
+}
+
+TEST(JudgementWindows, ComboDigitsAndPointTexts) {
+  ScoreBoard board;
+  board.ResetPlayers();
+  PlayerScore& s = board.players[0];
+  EXPECT_EQ(s.jPtsText, "00000jp");
+  EXPECT_EQ(s.ptsText, "000000p");
+  EXPECT_EQ(s.comboDigitTop, -1);
+  for (int i = 0; i < 12; ++i) ApplyJudgement(board, 0, At(0, 1.0f, 1.25));
+  EXPECT_EQ(s.comboDigitTop, 1);
+  EXPECT_EQ(s.comboDigits[0], 1);
+  EXPECT_EQ(s.comboDigits[1], 2);
+  EXPECT_EQ(s.jPtsText, "00216jp");
+  EXPECT_EQ(s.ptsText, "000030p");
+  ApplyJudgement(board, 0, At(6, 1.0f, 1.25));  // 30.625 rounds up
+  EXPECT_EQ(s.ptsText, "000031p");
+  EXPECT_EQ(s.ExPts(), 24);
+  ApplyJudgement(board, 0, At(48));
+  EXPECT_EQ(s.comboDigitTop, -1);
+  EXPECT_EQ(s.comboDigits[1], 3);  // older digits stay behind the count
+  for (int i = 0; i < 12; ++i) ApplyJudgement(board, 0, At(48));
+  EXPECT_EQ(s.jPtsText, "-00552jp");
+}
+
+class JudgeNoteTest : public testing::PlayFixture {
+ protected:
+  // Rate 1: the position equals the milliseconds since the start.
+  void SetUp() override {
+    chart->bpm = 1250.0f;
+    chart->gaugePerNote = {2.0f, 4.0f};
+    chart->pointsPerNote = {10.0, 20.0};
+    chart->sidePlayer = {0, 1};
+    settings.userPlay = true;
+    settings.playKeySound = false;
+  }
+};
+
+TEST_F(JudgeNoteTest, MeasuresLatenessAndFindsThePlayer) {
+  AddObject(*chart, 100, 11, 1);
+  AddObject(*chart, 100, 21, 1);
+  AddObject(*chart, 200, 21, 1);
+  engine.StartPlay();
+  StepAt(103);
+  engine.JudgeNote(0, 0);
+  EXPECT_EQ(engine.scores().players[0].great, 1);
+  EXPECT_EQ(chart->objects[0].done, kTrue16);
+  engine.JudgeNote(1, 20);  // given latenesses are used as they are
+  EXPECT_EQ(engine.scores().players[1].bad, 1);
+  EXPECT_FLOAT_EQ(engine.scores().players[1].gauge, 10.0f);
+  EXPECT_TRUE(engine.scores().missFlag);
+  engine.state().pictureChanged = false;
+  engine.JudgeNote(2, 0);  // 97 units early
+  EXPECT_TRUE(engine.state().pictureChanged);
+  EXPECT_EQ(engine.scores().players[1].poor, 1);
+  EXPECT_FLOAT_EQ(engine.scores().players[1].jPts, -162.0f);
+
+  chart->sidePlayer = {0, 0};  // double play: side 2 counts for player 1
+  engine.JudgeNote(2, 1);
+  EXPECT_EQ(engine.scores().players[0].fGreat, 1);
+  EXPECT_EQ(engine.scores().players[1].fGreat, 0);
+}
+
+TEST_F(JudgeNoteTest, PendingNotesAreTakenWithin40AndMissedAt18) {
+  AddObject(*chart, 200, 11, 1);
+  AddObject(*chart, 210, 11, 1);
+  AddObject(*chart, 240, 21, 1);
+  AddObject(*chart, 1000, 1, 1);
+  engine.StartPlay();
+  auto StepAt = [this](int32_t tick) { StepAndJudge(tick); };
+  StepAt(160);  // exactly 40 units before the first note: not yet
+  EXPECT_EQ(engine.state().lanePendingNote[0], kNoPendingNote);
+  StepAt(161);
+  EXPECT_EQ(engine.state().lanePendingNote[0], 0);  // the earlier of the two notes
+  EXPECT_EQ(engine.state().lanePendingNote[10], kNoPendingNote);
+  StepAt(217);
+  EXPECT_EQ(engine.state().lanePendingNote[0], 0);
+  EXPECT_EQ(engine.state().lanePendingNote[10], 2);
+  engine.scores().players[0].combo = 7;
+  engine.scores().players[1].combo = 9;
+  StepAt(218);  // 18 late: Poor at 48, then the next note of the lane
+  const PlayerScore& p1 = engine.scores().players[0];
+  EXPECT_EQ(p1.poor, 1);
+  EXPECT_FLOAT_EQ(p1.jPts, -60.0f);
+  EXPECT_EQ(p1.combo, 0);
+  EXPECT_EQ(engine.scores().players[1].combo, 9);
+  EXPECT_EQ(engine.state().lanePendingNote[0], 1);
+
+  chart->sidePlayer = {0, 0};
+  StepAt(258);  // double play: the Poor is player 1's, side 2's combo is cleared
+  EXPECT_EQ(engine.scores().players[0].poor, 3);
+  EXPECT_EQ(engine.scores().players[1].poor, 0);
+  EXPECT_EQ(engine.scores().players[1].combo, 0);
+
+  settings.userPlay = false;  // no pending notes, and nothing is missed
+  AddObject(*chart, 1100, 12, 1);
+  StepAt(1090);
+  EXPECT_EQ(engine.state().lanePendingNote[1], kNoPendingNote);
+}
+
+}  // namespace
+}  // namespace vremo

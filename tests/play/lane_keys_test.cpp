@@ -1,0 +1,108 @@
+#include "play/lane_keys.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/play/play_fixture.h"
+
+namespace vremo {
+namespace {
+
+using testing::AddObject;
+using testing::SoundCall;
+
+TEST(DefaultKeyMap, SeventeenKeysOnSixteenLanes) {
+  const KeyMap map = DefaultKeyMap();
+  EXPECT_EQ(map['Z'], 11);
+  EXPECT_EQ(map['V'], 19);
+  EXPECT_EQ(map[16], 16);
+  EXPECT_EQ(map[32], 16);
+  EXPECT_EQ(map[188], 25);
+  EXPECT_EQ(map[13], 26);
+  EXPECT_EQ(map[190], 29);
+  EXPECT_EQ(std::count_if(map.begin(), map.end(), [](int16_t c) { return c != 0; }), 17);
+  EXPECT_EQ(std::count(map.begin(), map.end(), 17) + std::count(map.begin(), map.end(), 27), 0);
+}
+
+class LaneKeyTest : public testing::PlayFixture {
+ protected:
+  void SetUp() override {
+    chart->bpm = 1250.0f;
+    chart->sidePlayer = {0, 1};
+    chart->gaugePerNote = {1.0f, 1.0f};
+    chart->pointsPerNote = {1.0, 1.0};
+    settings.userPlay = true;
+    settings.playKeySound = false;
+  }
+  KeyMap map = DefaultKeyMap();
+  LaneKeyInput keys{engine, map};
+};
+
+TEST_F(LaneKeyTest, ALaneSoundsOnlyOnThePressThatHoldsIt) {
+  AddObject(*chart, 1000, kChannelBackgroundSound, 1);
+  engine.StartPlay();
+  engine.state().laneKeySound[5] = 2;  // channel 16: Shift and Space
+  clock.Set(40);
+  keys.KeyDown(kVkShift);
+  keys.KeyDown(kVkShift);  // auto-repeat
+  keys.KeyDown(kVkSpace);  // the lane is still held
+  EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{2, 40.0}}));
+  keys.KeyUp(kVkShift);  // frees the lane although Space is still down
+  EXPECT_TRUE(keys.KeyHeld(kVkSpace));
+  EXPECT_FALSE(keys.LaneHeld(16));
+  keys.KeyDown(kVkSpace);
+  EXPECT_EQ(sounds.restarts.size(), 2u);
+  // Nothing near: the press only sounds, it never counts as Poor.
+  EXPECT_EQ(engine.scores().players[0].poor, 0);
+
+  keys.KeyDown('A');  // no lane
+  keys.KeyDown(300);
+  keys.KeyUp(-1);
+  map['Q'] = 5;  // a damaged key file
+  keys.KeyDown('Q');
+  EXPECT_EQ(sounds.restarts.size(), 2u);
+}
+
+TEST_F(LaneKeyTest, PressJudgesThePendingNoteAndIsRecorded) {
+  AddObject(*chart, 0, kChannelBarLine, 0, 0);
+  AddObject(*chart, 100, 11, 3);
+  AddObject(*chart, 150, 11, 3);
+  settings.userRec = true;
+  engine.StartPlay();
+  engine.state().laneKeySound[0] = 3;
+  StepAndJudge(61);  // 39 units early: the note is already pending
+  EXPECT_EQ(engine.state().lanePendingNote[0], 1);
+  keys.KeyDown('Z');
+  EXPECT_EQ(engine.scores().players[0].poor, 1);
+  EXPECT_FLOAT_EQ(engine.scores().players[0].jPts, -42.0f);
+  EXPECT_EQ(engine.state().lanePendingNote[0], kNoPendingNote);
+  keys.KeyUp('Z');
+  StepAndJudge(152);
+  engine.state().currentPosition = 152.5;
+  keys.KeyDown('Z');
+  EXPECT_EQ(engine.scores().players[0].fGreat, 1);  // 2.5 units round to 2
+  ASSERT_EQ(engine.record().length(), 2);
+  const PlayRecordEntry& first = engine.record().Entry(0);
+  EXPECT_EQ(first.position, 61);
+  EXPECT_EQ(first.colour, RgbColour(255, 0, 0));
+  const PlayRecordEntry& second = engine.record().Entry(1);
+  EXPECT_EQ(second.measure, 0);
+  EXPECT_EQ(second.position, 152);
+  EXPECT_EQ(second.channel, 11);
+  EXPECT_EQ(second.sound, 3);
+  EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{3, 61.0}, {3, 152.0}}));
+}
+
+TEST(PlayRecord, AppendsPastTheRoomAreCountedButDropped) {
+  PlayRecord record;
+  record.StartRecording();
+  for (int i = 0; i < kRecordCapacity + 1; ++i) record.Append(PlayRecordEntry{0, i, 0, 11, 1, 0});
+  EXPECT_EQ(record.length(), kRecordCapacity + 1);
+  EXPECT_EQ(record.StoredCount(), kRecordCapacity);
+  EXPECT_EQ(record.Entry(kRecordCapacity - 1).position, kRecordCapacity - 1);
+  record.StartRecording();
+  EXPECT_EQ(record.length(), 0);
+  EXPECT_EQ(record.Entry(5).position, 0);
+}
+
+}  // namespace
+}  // namespace vremo

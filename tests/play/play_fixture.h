@@ -1,0 +1,156 @@
+#pragma once
+// A play engine on a virtual clock with a sound bank that records what it
+// was asked to play, a host that records what the engine showed, and charts
+// loaded from texts written into a temporary folder.
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "chart/bms_reader.h"
+#include "play/play_engine.h"
+
+namespace vremo::testing {
+
+class TempFolder {
+ public:
+  TempFolder() {
+    path_ = std::filesystem::temp_directory_path() /
+            ("vremo-play-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter_++));
+    std::filesystem::create_directories(path_);
+  }
+  ~TempFolder() {
+    std::error_code ec;
+    std::filesystem::remove_all(path_, ec);
+  }
+  std::string Write(const std::string& name, const std::string& bytes) const {
+    std::ofstream(path_ / name, std::ios::binary) << bytes;
+    return (path_ / name).string();
+  }
+  std::string Read(const std::string& name) const {
+    std::ifstream file(path_ / name, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  }
+  std::string path() const { return path_.string(); }
+
+ private:
+  std::filesystem::path path_;
+  static inline int counter_ = 0;
+};
+
+struct SoundCall {
+  int slot;
+  double atMs;
+  bool operator==(const SoundCall&) const = default;
+};
+
+// Slots in `loaded` hold a sound that plays `lengthMs` after each restart.
+class RecordingSoundBank : public SoundBank {
+ public:
+  explicit RecordingSoundBank(const Clock& clock) : clock_(clock) {}
+  bool HasSound(int slot) const override { return loaded.count(slot) > 0; }
+  void Restart(int slot, double atMs) override {
+    restarts.push_back({slot, atMs});
+    endTick[slot] = clock_.TickCount() + lengthMs;
+  }
+  void Stop(int slot) override { endTick.erase(slot); }
+  void Rewind(int) override {}
+  void SetFrequency(int, int32_t) override {}
+  int32_t BaseFrequency(int) const override { return 44100; }
+  int32_t PlayCursor(int slot) const override {
+    auto it = endTick.find(slot);
+    return it != endTick.end() && clock_.TickCount() < it->second ? 100 : 0;
+  }
+  int32_t LengthBytes(int) const override { return 400; }
+
+  std::set<int> loaded{1, 2, 3, 5, 7};
+  int32_t lengthMs = 0;
+  std::vector<SoundCall> restarts;
+  std::map<int, int32_t> endTick;
+
+ private:
+  const Clock& clock_;
+};
+
+class RecordingHost : public PlayHost {
+ public:
+  explicit RecordingHost(VirtualClock& clock) : clock_(clock) {}
+  void ProcessMessages() override {
+    if (onMessages) onMessages();
+  }
+  void Sleep(int32_t ms) override { clock_.Advance(ms); }
+  void ShowSongInfo(std::string_view text) override { songInfo.emplace_back(text); }
+  void SetSeekBarByProgram(int16_t position) override { seekBar.push_back(position); }
+  void StartPlayTimer() override { ++timerStarts; }
+  void KillPlayTimer() override { ++timerKills; }
+
+  std::function<void()> onMessages;
+  std::vector<std::string> songInfo;
+  std::vector<int16_t> seekBar;
+  int timerStarts = 0;
+  int timerKills = 0;
+
+ private:
+  VirtualClock& clock_;
+};
+
+class PlayFixture : public ::testing::Test {
+ protected:
+  static constexpr int32_t kFrameHeight = 480;
+
+  // Loads a chart text (CR LF line ends added); fails the test when it does
+  // not load.
+  void LoadLines(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const auto& line : lines) text += line + "\r\n";
+    ASSERT_EQ(LoadChart(folder.Write("song.bms", text), *chart, context), kLoadOk);
+    sink.lines.clear();
+  }
+  // Steps the clock to `tick`.
+  void StepAt(int32_t tick) {
+    clock.Set(tick);
+    engine.StepFrame();
+  }
+  // A step followed by the judge rules a 480-pixel frame runs.
+  void StepAndJudge(int32_t tick) {
+    StepAt(tick);
+    engine.RunJudgeBookkeeping(engine.state().nextObject, kFrameHeight);
+  }
+  bool Logged(const std::string& line) const {
+    return std::find(sink.lines.begin(), sink.lines.end(), line) != sink.lines.end();
+  }
+
+  TempFolder folder;
+  std::unique_ptr<Chart> chart = std::make_unique<Chart>();
+  MemoryLogSink sink;
+  DebugLog log{&sink};
+  NullMediaLoader media;
+  LoadContext context{log, media, LoadOptions{}, {}};
+  Settings settings;
+  VirtualClock clock;
+  RecordingSoundBank sounds{clock};
+  RecordingHost host{clock};
+  PlayEngine engine{*chart, settings, sounds, clock, log, host};
+};
+
+// Appends an object to a chart filled by hand (keep them in position order).
+inline void AddObject(Chart& chart, int32_t y, int32_t channel, int32_t value, int32_t measure = 0) {
+  ChartObject& object = chart.objects[chart.objectCount++];
+  object = ChartObject{};
+  object.y = y;
+  object.channel = channel;
+  object.value = value;
+  object.measure = measure;
+}
+
+}  // namespace vremo::testing
