@@ -1,0 +1,81 @@
+#pragma once
+// The sound slots: 256 decoded sounds, one mixer voice each. Implements the
+// play engine's SoundBank (play/sound_bank.h) and the sound half of the chart
+// reader's MediaLoader (LoadSound, SetSoundFrequency; a composite MediaLoader
+// delegates to it, or SoundOnlyMediaLoader in tool modes). Voices go to a
+// SoundOutput: the live audio device, or the offline renderer, which must
+// outlive the bank.
+//
+// Sizes and cursors are counted in bytes of the decoded data taken as 16-bit
+// stereo (kSoundBytesPerFrame = 4 bytes a frame), whatever the file's format,
+// so cursor / length is the fraction played. UI thread only.
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "chart/media_loader.h"
+#include "display/mixer.h"
+#include "display/sound_data.h"
+#include "display/sound_output.h"
+#include "play/sound_bank.h"
+
+namespace vremo {
+
+class MixerSoundBank : public SoundBank {
+ public:
+  explicit MixerSoundBank(SoundOutput& output) : output_(output) {}
+  ~MixerSoundBank() override;
+
+  // Loading a sound slot: resolves `path` (ResolveMediaPath, kSound) and
+  // decodes it. On success the slot's sound is replaced (its voice stopped),
+  // its frequency reset to the file's rate, and the result carries that rate
+  // and the length in bytes. On failure (missing, unreadable, damaged file)
+  // the slot is left as it was and `loaded` is false.
+  SoundLoadResult LoadSound(int slot, const std::string& path);
+  // Playback frequency in Hz for the slot's later and current plays.
+  void SetSoundFrequency(int slot, int32_t frequency) { SetFrequency(slot, frequency); }
+  // Stops every voice and empties all 256 slots.
+  void ReleaseSounds();
+  void SetMasterVolume(float gain) { output_.SetMasterVolume(gain); }
+  // The slot's decoded sound, or nullptr.
+  const SoundData* Sound(int slot) const;
+
+  // SoundBank (play engine). Calls on an empty or invalid slot do nothing.
+  bool HasSound(int slot) const override;
+  void Restart(int slot, double atMs) override;
+  void Stop(int slot) override;
+  void Rewind(int slot) override;
+  void SetFrequency(int slot, int32_t frequency) override;
+  int32_t BaseFrequency(int slot) const override;
+  int32_t PlayCursor(int slot) const override;
+  int32_t LengthBytes(int slot) const override;
+
+ private:
+  struct Slot {
+    std::shared_ptr<const SoundData> sound;
+    int32_t frequency = 0;
+  };
+  static bool Valid(int slot) { return slot >= 0 && slot < kMixerVoices; }
+
+  SoundOutput& output_;
+  std::array<Slot, kMixerVoices> slots_{};
+};
+
+// A MediaLoader that loads sounds into a MixerSoundBank and no pictures, for
+// tool modes that play or render a chart without a window.
+class SoundOnlyMediaLoader : public MediaLoader {
+ public:
+  explicit SoundOnlyMediaLoader(MixerSoundBank& bank) : bank_(bank) {}
+  void PrepareSurfaces() override {}
+  int64_t FreeVideoMemory() override { return 0; }
+  SoundLoadResult LoadSound(int slot, const std::string& path) override { return bank_.LoadSound(slot, path); }
+  void SetSoundFrequency(int slot, int32_t frequency) override { bank_.SetSoundFrequency(slot, frequency); }
+  PictureLoadResult LoadPicture(int, const std::string&, bool) override { return {}; }
+
+ private:
+  MixerSoundBank& bank_;
+};
+
+}  // namespace vremo

@@ -1,0 +1,27 @@
+#pragma once
+// Decoding a sound file into a SoundData with libsndfile: WAV (PCM 8/16/24/32
+// bit, float, IMA and MS ADPCM), OGG Vorbis, FLAC, MP3 and whatever else the
+// installed library reads. Mono is duplicated to both channels; of files with
+// more than two channels the first two are kept. UI thread (any thread, in fact:
+// it touches nothing shared).
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "display/sound_data.h"
+
+namespace vremo {
+
+// Longest sound kept: about 25 minutes at 44.1 kHz (256 MiB of floats); the
+// rest of a longer file is cut off.
+inline constexpr int64_t kMaxSoundFrames = int64_t{1} << 26;
+
+// Decodes the file at `path` (an existing file's name: resolve chart names with
+// ResolveMediaPath first). Returns nothing, and writes why into `error` when
+// given, for a file that is missing, not a sound, empty, cut short (a WAV whose
+// data chunk is shorter than its header says), damaged in its stream, or of a
+// sample rate outside [kMinSoundSampleRate, kMaxSoundSampleRate].
+std::shared_ptr<const SoundData> DecodeSoundFile(const std::string& path, std::string* error = nullptr);
+
+}  // namespace vremo

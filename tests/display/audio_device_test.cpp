@@ -1,0 +1,151 @@
+// The live device on SDL's dummy driver (no sound card needed), and the
+// silent fallback when no device opens.
+#include "display/audio_device.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <chrono>
+#include <thread>
+
+#include "display/sound_bank.h"
+#include "tests/display/sound_test_files.h"
+
+namespace vremo {
+namespace {
+
+using test::TempDir;
+
+// Sets an environment variable for one test and restores it afterwards.
+class ScopedEnv {
+ public:
+  ScopedEnv(const char* name, const char* value) : name_(name) {
+    if (const char* old = ::getenv(name)) old_ = old;
+    ::setenv(name, value, 1);
+  }
+  ~ScopedEnv() {
+    if (old_.empty()) {
+      ::unsetenv(name_);
+    } else {
+      ::setenv(name_, old_.c_str(), 1);
+    }
+  }
+
+ private:
+  const char* name_;
+  std::string old_;
+};
+
+// Polls `done` for up to two seconds.
+template <typename Done>
+bool WaitFor(Done done) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+  while (std::chrono::steady_clock::now() < deadline) {
+    if (done()) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return done();
+}
+
+class AudioDeviceTest : public ::testing::Test {
+ protected:
+  std::string WriteSecond() {
+    EXPECT_TRUE(test::WriteSound(dir_ / "s.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 2,
+                                 test::Sine(44100, 2, 44100, 440.0)));
+    return dir_ / "s.wav";
+  }
+  TempDir dir_;
+  MemoryLogSink sink_;
+  DebugLog log_{&sink_};
+};
+
+TEST_F(AudioDeviceTest, OpensOnTheDummyDriverAndLogsIt) {
+  ScopedEnv driver("SDL_AUDIODRIVER", "dummy");
+  AudioDevice device;
+  ASSERT_TRUE(device.Open(log_));
+  EXPECT_TRUE(device.IsOpen());
+  EXPECT_GT(device.sampleRate(), 0);
+  EXPECT_GT(device.blockFrames(), 0);
+  ASSERT_EQ(sink_.lines.size(), 2u);
+  EXPECT_EQ(sink_.lines[0], "initializing directsound...");
+  EXPECT_EQ(sink_.lines[1].rfind("  audio device: ", 0), 0u) << sink_.lines[1];
+  EXPECT_NE(sink_.lines[1].find(std::to_string(device.sampleRate()) + "Hz"), std::string::npos);
+  device.Close();
+  EXPECT_FALSE(device.IsOpen());
+}
+
+TEST_F(AudioDeviceTest, APlayAdvancesTheCursorAndStopResetsIt) {
+  ScopedEnv driver("SDL_AUDIODRIVER", "dummy");
+  AudioDevice device;
+  ASSERT_TRUE(device.Open(log_));
+  MixerSoundBank bank(device);
+  ASSERT_TRUE(bank.LoadSound(0x10, WriteSecond()).loaded);
+  bank.Restart(0x10, 0.0);
+  EXPECT_TRUE(WaitFor([&] { return bank.PlayCursor(0x10) > 0; }));
+  const int32_t first = bank.PlayCursor(0x10);
+  EXPECT_TRUE(WaitFor([&] { return bank.PlayCursor(0x10) > first; }));
+  EXPECT_EQ(bank.PlayCursor(0x10) % kSoundBytesPerFrame, 0);
+  bank.Stop(0x10);
+  EXPECT_TRUE(WaitFor([&] { return bank.PlayCursor(0x10) == 0; }));
+}
+
+TEST_F(AudioDeviceTest, ReleaseAndReplaceWhilePlayingFreesSafely) {
+  ScopedEnv driver("SDL_AUDIODRIVER", "dummy");
+  AudioDevice device;
+  ASSERT_TRUE(device.Open(log_));
+  MixerSoundBank bank(device);
+  const std::string path = WriteSecond();
+  for (int round = 0; round < 20; ++round) {
+    for (int slot = 0; slot < 256; slot += 15) {
+      ASSERT_TRUE(bank.LoadSound(slot, path).loaded);
+      bank.Restart(slot, 0.0);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    if (round % 2 == 0) bank.ReleaseSounds();
+  }
+  bank.ReleaseSounds();
+  EXPECT_TRUE(WaitFor([&] {
+    for (int slot = 0; slot < 256; ++slot) {
+      if (device.VoiceCursorFrames(slot) != 0) return false;
+    }
+    return true;
+  }));
+}
+
+TEST_F(AudioDeviceTest, ReopeningReplacesTheDevice) {
+  ScopedEnv driver("SDL_AUDIODRIVER", "dummy");
+  AudioDevice device;
+  ASSERT_TRUE(device.Open(log_));
+  MixerSoundBank bank(device);
+  ASSERT_TRUE(bank.LoadSound(1, WriteSecond()).loaded);
+  bank.Restart(1, 0.0);
+  ASSERT_TRUE(device.Open(log_));
+  EXPECT_EQ(bank.PlayCursor(1), 0) << "the new device starts silent";
+  bank.Restart(1, 0.0);
+  EXPECT_TRUE(WaitFor([&] { return bank.PlayCursor(1) > 0; }));
+}
+
+TEST_F(AudioDeviceTest, WithoutADeviceItLogsTheErrorAndGoesOnSilently) {
+  ScopedEnv driver("SDL_AUDIODRIVER", "no_such_driver");
+  AudioDevice device;
+  EXPECT_FALSE(device.Open(log_));
+  EXPECT_FALSE(device.IsOpen());
+  ASSERT_EQ(sink_.lines.size(), 2u);
+  EXPECT_EQ(sink_.lines[0], "initializing directsound...");
+  EXPECT_EQ(sink_.lines[1], "Err:DirectSound Initializing");
+
+  MixerSoundBank bank(device);
+  const SoundLoadResult result = bank.LoadSound(2, WriteSecond());
+  EXPECT_TRUE(result.loaded) << "the play engine still gets its sounds";
+  EXPECT_EQ(result.baseFrequency, 44100);
+  bank.SetFrequency(2, 48000);
+  bank.Restart(2, 0.0);
+  bank.Rewind(2);
+  EXPECT_EQ(bank.PlayCursor(2), 0);
+  bank.Stop(2);
+  bank.ReleaseSounds();
+  EXPECT_FALSE(bank.HasSound(2));
+}
+
+}  // namespace
+}  // namespace vremo

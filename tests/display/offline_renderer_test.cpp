@@ -1,0 +1,157 @@
+// The offline renderer: voices placed at the exact sample of their clock time,
+// late starts, the tail, and the written file.
+#include "display/offline_renderer.h"
+
+#include <gtest/gtest.h>
+
+#include "display/sound_bank.h"
+#include "tests/display/sound_test_files.h"
+
+namespace vremo {
+namespace {
+
+using test::TempDir;
+
+constexpr int32_t kRate = 44100;
+
+// A click: one full-scale frame followed by silence.
+std::shared_ptr<const SoundData> Click(int64_t frames = 100) {
+  auto sound = std::make_shared<SoundData>();
+  sound->frames = frames;
+  sound->samples.assign(static_cast<size_t>(frames + 1) * 2, 0.0f);
+  sound->samples[0] = 1.0f;
+  sound->samples[1] = 1.0f;
+  sound->sampleRate = kRate;
+  sound->fileChannels = 2;
+  return sound;
+}
+
+int64_t FirstSoundingFrame(const OfflineRenderer& renderer, int64_t from = 0) {
+  const auto& s = renderer.samples();
+  for (size_t i = static_cast<size_t>(from) * 2; i < s.size(); i += 2) {
+    if (s[i] != 0.0f) return static_cast<int64_t>(i / 2);
+  }
+  return -1;
+}
+
+TEST(OfflineRendererTest, FrameAtRoundsTheClockToSamples) {
+  OfflineRenderer renderer;
+  EXPECT_EQ(renderer.sampleRate(), kOfflineSampleRate);
+  EXPECT_EQ(renderer.FrameAt(1000.0), 44100);
+  EXPECT_EQ(renderer.FrameAt(0.0), 0);
+  EXPECT_EQ(renderer.FrameAt(-5.0), 0);
+  EXPECT_EQ(renderer.FrameAt(0.01), 0);
+  EXPECT_EQ(renderer.FrameAt(0.02), 1);
+}
+
+TEST(OfflineRendererTest, AClickAtOneSecondStartsAtSample44100Exactly) {
+  OfflineRenderer renderer;
+  renderer.AdvanceTo(990.0);  // the engine's previous pass
+  renderer.StartVoice(4, Click(), kRate, 1000.0);
+  renderer.AdvanceTo(1016.0);  // the pass that noticed the click, 16 ms later
+  EXPECT_EQ(renderer.mixedFrames(), renderer.FrameAt(1016.0));
+  EXPECT_EQ(renderer.renderedFrames(), renderer.FrameAt(1016.0) - renderer.latencyFrames());
+  EXPECT_EQ(FirstSoundingFrame(renderer), 44100);
+  EXPECT_FLOAT_EQ(renderer.samples()[44100 * 2], kMixHeadroom);
+  EXPECT_EQ(renderer.samples()[44099 * 2], 0.0f);
+}
+
+TEST(OfflineRendererTest, ThroughTheSoundBankToo) {
+  TempDir dir;
+  std::vector<float> click(200, 0.0f);
+  click[0] = click[1] = 0.5f;
+  ASSERT_TRUE(test::WriteSound(dir / "click.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, kRate, 2, click));
+  OfflineRenderer renderer;
+  MixerSoundBank bank(renderer);
+  ASSERT_TRUE(bank.LoadSound(0x0a, dir / "click.wav").loaded);
+  bank.Restart(0x0a, 1000.0);
+  bank.Restart(0x0b, 1000.0);  // empty slot: nothing
+  renderer.AdvanceTo(1016.0);
+  EXPECT_EQ(FirstSoundingFrame(renderer), 44100);
+}
+
+TEST(OfflineRendererTest, StartsQueuedOutOfOrderPlayInTimeOrder) {
+  OfflineRenderer renderer;
+  renderer.StartVoice(1, Click(), kRate, 20.0);
+  renderer.StartVoice(2, Click(), kRate, 10.0);
+  renderer.AdvanceTo(30.0);
+  EXPECT_EQ(FirstSoundingFrame(renderer), 441);
+  EXPECT_EQ(FirstSoundingFrame(renderer, 442), 882);
+}
+
+TEST(OfflineRendererTest, ALateStartBeginsAtOnceWhereTheSoundWouldBe) {
+  auto ramp = std::make_shared<SoundData>();
+  ramp->frames = 10000;
+  for (int i = 0; i <= 10000; ++i) {
+    const float v = i < 10000 ? i / 20000.0f : 0.0f;
+    ramp->samples.push_back(v);
+    ramp->samples.push_back(v);
+  }
+  ramp->sampleRate = kRate;
+  OfflineRenderer renderer;
+  renderer.AdvanceTo(100.0);                  // 4410 frames already mixed
+  renderer.StartVoice(0, ramp, kRate, 90.0);  // belongs 441 frames back
+  renderer.AdvanceTo(110.0);
+  EXPECT_EQ(renderer.samples()[4409 * 2], 0.0f) << "the past is not rewritten";
+  EXPECT_FLOAT_EQ(renderer.samples()[4410 * 2], 441 / 20000.0f * kMixHeadroom);
+}
+
+TEST(OfflineRendererTest, UntimedCommandsFollowTheLatestQueuedTime) {
+  OfflineRenderer renderer;
+  renderer.StartVoice(1, Click(kRate), kRate, 100.0);
+  renderer.StopVoice(1);  // at 100 ms, after the start: slot 1 never sounds
+  renderer.StartVoice(2, Click(kRate), kRate, 50.0);
+  renderer.AdvanceTo(200.0);
+  EXPECT_EQ(FirstSoundingFrame(renderer), 2205);
+  EXPECT_EQ(FirstSoundingFrame(renderer, 2206), -1);
+  EXPECT_FALSE(renderer.VoiceCursorFrames(1));
+  EXPECT_EQ(renderer.VoiceCursorFrames(2), 8820 - 2205);
+}
+
+TEST(OfflineRendererTest, CommandsAtTheTargetTakeEffectBeforeAdvanceReturns) {
+  OfflineRenderer renderer;
+  renderer.StartVoice(1, Click(kRate), kRate, 100.0);
+  renderer.AdvanceTo(100.0);
+  EXPECT_EQ(renderer.mixedFrames(), 4410);
+  EXPECT_TRUE(renderer.AnySounding());
+  EXPECT_EQ(renderer.VoiceCursorFrames(1), 0);
+  renderer.AdvanceTo(110.0);
+  EXPECT_EQ(renderer.VoiceCursorFrames(1), 441);
+}
+
+TEST(OfflineRendererTest, RenderTailRunsUntilSilence) {
+  OfflineRenderer renderer;
+  renderer.StartVoice(1, Click(5000), kRate, 0.0);
+  renderer.AdvanceTo(10.0);
+  EXPECT_TRUE(renderer.RenderTail(10000.0));
+  EXPECT_FALSE(renderer.AnySounding());
+  EXPECT_GE(renderer.renderedFrames(), 5000);
+  EXPECT_LE(renderer.renderedFrames(), 5000 + kMixerMaxBlock + renderer.latencyFrames());
+  EXPECT_EQ(renderer.renderedFrames(), renderer.mixedFrames() - renderer.latencyFrames());
+
+  renderer.StartVoice(2, Click(kRate * 10), kRate, 0.0);
+  EXPECT_FALSE(renderer.RenderTail(100.0)) << "gives up at the limit";
+}
+
+TEST(OfflineRendererTest, WriteWavWritesTheRender) {
+  TempDir dir;
+  OfflineRenderer renderer;
+  renderer.StartVoice(1, Click(), kRate, 5.0);
+  renderer.AdvanceTo(50.0);
+  ASSERT_TRUE(renderer.WriteWav(dir / "out.wav"));
+  SF_INFO info{};
+  SNDFILE* file = sf_open((dir / "out.wav").c_str(), SFM_READ, &info);
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(info.samplerate, kRate);
+  EXPECT_EQ(info.channels, 2);
+  EXPECT_EQ(info.frames, renderer.renderedFrames());
+  EXPECT_EQ(info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+  std::vector<short> pcm(static_cast<size_t>(info.frames) * 2);
+  sf_readf_short(file, pcm.data(), info.frames);
+  sf_close(file);
+  EXPECT_EQ(pcm[2 * renderer.FrameAt(5.0)], 16384);  // 0.5 x 32767, rounded
+  EXPECT_EQ(pcm[2 * renderer.FrameAt(5.0) - 2], 0);
+}
+
+}  // namespace
+}  // namespace vremo

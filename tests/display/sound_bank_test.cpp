@@ -1,0 +1,229 @@
+// MixerSoundBank over the offline renderer: loading slots from real files,
+// name resolution, bad files, restart, frequency, cursor and release.
+#include "display/sound_bank.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+
+#include "display/offline_renderer.h"
+#include "tests/display/sound_test_files.h"
+
+namespace vremo {
+namespace {
+
+using test::TempDir;
+
+constexpr int32_t kRate = 44100;
+
+class SoundBankTest : public ::testing::Test {
+ protected:
+  // A float WAV of `frames` frames at a constant level.
+  std::string WriteLevel(const std::string& name, int64_t frames, float level = 0.5f, int32_t rate = kRate) {
+    EXPECT_TRUE(test::WriteSound(dir_ / name, SF_FORMAT_WAV | SF_FORMAT_FLOAT, rate, 2, test::Level(frames, 2, level)));
+    return dir_ / name;
+  }
+  // Frames of the render that are not silent, from `from` on.
+  int64_t SoundingFrames(int64_t from = 0) const {
+    int64_t count = 0;
+    const auto& s = renderer_.samples();
+    for (size_t i = static_cast<size_t>(from) * 2; i < s.size(); i += 2) count += s[i] != 0.0f;
+    return count;
+  }
+  float LeftAt(int64_t frame) const { return renderer_.samples()[static_cast<size_t>(frame) * 2]; }
+
+  TempDir dir_;
+  OfflineRenderer renderer_;
+  MixerSoundBank bank_{renderer_};
+};
+
+TEST_F(SoundBankTest, LoadReportsRateAndLengthInBytesOfSixteenBitStereo) {
+  ASSERT_TRUE(
+      test::WriteSound(dir_ / "mono8.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 22050, 1, test::Level(1234, 1, 0.25f)));
+  const SoundLoadResult result = bank_.LoadSound(0x1f, dir_ / "mono8.wav");
+  EXPECT_TRUE(result.loaded);
+  EXPECT_EQ(result.baseFrequency, 22050);
+  EXPECT_EQ(result.sizeBytes, 1234.0f * 4);
+  EXPECT_TRUE(bank_.HasSound(0x1f));
+  EXPECT_EQ(bank_.BaseFrequency(0x1f), 22050);
+  EXPECT_EQ(bank_.LengthBytes(0x1f), 1234 * 4);
+  EXPECT_EQ(bank_.PlayCursor(0x1f), 0);
+  EXPECT_FALSE(bank_.HasSound(0x20));
+}
+
+TEST_F(SoundBankTest, NamesAreFoundIgnoringCaseAndWithOtherExtensions) {
+  ASSERT_TRUE(test::WriteSound(dir_ / "Kick.OGG", SF_FORMAT_OGG | SF_FORMAT_VORBIS, kRate, 2,
+                               test::Sine(4410, 2, kRate, 100.0)));
+  ASSERT_TRUE(test::WriteSound(dir_ / "Snare.WAV", SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 1,
+                               test::Sine(4410, 1, kRate, 200.0)));
+  EXPECT_TRUE(bank_.LoadSound(1, dir_ / "kick.wav").loaded);
+  EXPECT_TRUE(bank_.LoadSound(2, dir_ / "snare.wav").loaded);
+  EXPECT_TRUE(bank_.LoadSound(3, dir_ / "SNARE.wav").loaded);
+  EXPECT_EQ(bank_.Sound(1)->frames, 4410);
+}
+
+TEST_F(SoundBankTest, BadFilesLeaveTheSlotEmptyAndLoadingGoesOn) {
+  test::WriteBytes(dir_ / "empty.wav", {});
+  const std::string text = "not a sound";
+  test::WriteBytes(dir_ / "text.ogg", std::vector<char>(text.begin(), text.end()));
+  const std::string good = WriteLevel("good.wav", 100);
+
+  EXPECT_FALSE(bank_.LoadSound(1, dir_ / "missing.wav").loaded);
+  EXPECT_FALSE(bank_.LoadSound(2, dir_ / "empty.wav").loaded);
+  EXPECT_FALSE(bank_.LoadSound(3, dir_ / "text.ogg").loaded);
+  EXPECT_TRUE(bank_.LoadSound(4, good).loaded);
+  for (int slot : {1, 2, 3}) {
+    EXPECT_FALSE(bank_.HasSound(slot));
+    EXPECT_EQ(bank_.LengthBytes(slot), 0);
+    EXPECT_EQ(bank_.BaseFrequency(slot), 0);
+    bank_.Restart(slot, 0.0);  // ignored
+  }
+  EXPECT_TRUE(bank_.HasSound(4));
+}
+
+TEST_F(SoundBankTest, AFailedLoadKeepsTheSlotsEarlierSound) {
+  ASSERT_TRUE(bank_.LoadSound(9, WriteLevel("good.wav", 100)).loaded);
+  EXPECT_FALSE(bank_.LoadSound(9, dir_ / "missing.wav").loaded);
+  EXPECT_TRUE(bank_.HasSound(9));
+  EXPECT_EQ(bank_.LengthBytes(9), 400);
+}
+
+TEST_F(SoundBankTest, ALaterLoadReplacesTheSoundAndResetsTheFrequency) {
+  ASSERT_TRUE(bank_.LoadSound(5, WriteLevel("a.wav", 100)).loaded);
+  bank_.SetSoundFrequency(5, 88200);
+  ASSERT_TRUE(bank_.LoadSound(5, WriteLevel("b.wav", 300, 0.5f, 22050)).loaded);
+  EXPECT_EQ(bank_.LengthBytes(5), 1200);
+  EXPECT_EQ(bank_.BaseFrequency(5), 22050);
+  bank_.Restart(5, 0.0);
+  renderer_.AdvanceTo(100.0);
+  EXPECT_EQ(SoundingFrames(), 600) << "played at its own 22050 Hz";
+}
+
+TEST_F(SoundBankTest, ReplacingAPlayingSoundStopsIt) {
+  ASSERT_TRUE(bank_.LoadSound(5, WriteLevel("a.wav", kRate)).loaded);
+  bank_.Restart(5, 0.0);
+  renderer_.AdvanceTo(100.0);
+  ASSERT_TRUE(bank_.LoadSound(5, WriteLevel("b.wav", 100)).loaded);
+  renderer_.AdvanceTo(500.0);
+  EXPECT_EQ(SoundingFrames(), 4410);
+}
+
+TEST_F(SoundBankTest, RestartCutsThePreviousPlayOfTheSlot) {
+  ASSERT_TRUE(bank_.LoadSound(7, WriteLevel("one_second.wav", kRate, 0.5f)).loaded);
+  bank_.Restart(7, 0.0);
+  bank_.Restart(7, 500.0);
+  renderer_.AdvanceTo(2000.0);
+  // One voice: never two plays summed, and the sound ends 1 s after the restart.
+  EXPECT_FLOAT_EQ(LeftAt(22049), 0.5f * kMixHeadroom);
+  EXPECT_FLOAT_EQ(LeftAt(22050), 0.5f * kMixHeadroom);
+  EXPECT_FLOAT_EQ(LeftAt(66149), 0.5f * kMixHeadroom);
+  EXPECT_EQ(LeftAt(66150), 0.0f);
+  EXPECT_EQ(SoundingFrames(), 66150);
+}
+
+TEST_F(SoundBankTest, TwiceTheBaseFrequencyHalvesTheDuration) {
+  ASSERT_TRUE(bank_.LoadSound(2, WriteLevel("s.wav", 8820)).loaded);
+  bank_.SetFrequency(2, 2 * bank_.BaseFrequency(2));
+  bank_.Restart(2, 0.0);
+  renderer_.AdvanceTo(1000.0);
+  EXPECT_EQ(SoundingFrames(), 4410);
+
+  bank_.SetFrequency(2, bank_.BaseFrequency(2) / 2);
+  bank_.Restart(2, 1000.0);
+  renderer_.AdvanceTo(2000.0);
+  EXPECT_EQ(SoundingFrames(44100), 17640);
+}
+
+TEST_F(SoundBankTest, OutOfRangeFrequenciesAreRefused) {
+  ASSERT_TRUE(bank_.LoadSound(2, WriteLevel("s.wav", 8820)).loaded);
+  bank_.SetFrequency(2, 0);
+  bank_.SetFrequency(2, -5);
+  bank_.SetFrequency(2, 2000000);
+  bank_.Restart(2, 0.0);
+  renderer_.AdvanceTo(1000.0);
+  EXPECT_EQ(SoundingFrames(), 8820);
+}
+
+TEST_F(SoundBankTest, PlayCursorAdvancesWhilePlayingAndIsZeroWhenStopped) {
+  ASSERT_TRUE(bank_.LoadSound(0xff, WriteLevel("s.wav", kRate)).loaded);
+  bank_.Restart(0xff, 0.0);
+  renderer_.AdvanceTo(100.0);
+  EXPECT_EQ(bank_.PlayCursor(0xff), 4410 * 4);
+  renderer_.AdvanceTo(250.0);
+  EXPECT_EQ(bank_.PlayCursor(0xff), 11025 * 4);
+  bank_.Stop(0xff);
+  renderer_.AdvanceTo(260.0);
+  EXPECT_EQ(bank_.PlayCursor(0xff), 0);
+  bank_.Restart(0xff, 300.0);
+  renderer_.AdvanceTo(1400.0);
+  EXPECT_EQ(bank_.PlayCursor(0xff), 0) << "played to its end";
+}
+
+TEST_F(SoundBankTest, RewindWhilePlayingStartsAgainFromTheTop) {
+  ASSERT_TRUE(bank_.LoadSound(1, WriteLevel("s.wav", kRate)).loaded);
+  bank_.Restart(1, 0.0);
+  renderer_.AdvanceTo(500.0);
+  bank_.Rewind(1);
+  renderer_.AdvanceTo(600.0);
+  EXPECT_EQ(bank_.PlayCursor(1), 4410 * 4);
+}
+
+TEST_F(SoundBankTest, ReleaseSoundsEmptiesEverySlot) {
+  const std::string path = WriteLevel("s.wav", kRate);
+  for (int slot = 0; slot < 256; slot += 17) ASSERT_TRUE(bank_.LoadSound(slot, path).loaded);
+  bank_.Restart(0, 0.0);
+  renderer_.AdvanceTo(10.0);
+  bank_.ReleaseSounds();
+  renderer_.AdvanceTo(20.0);
+  for (int slot = 0; slot < 256; ++slot) EXPECT_FALSE(bank_.HasSound(slot));
+  EXPECT_FALSE(renderer_.AnySounding());
+  EXPECT_EQ(SoundingFrames(renderer_.FrameAt(10.0)), 0);
+}
+
+TEST_F(SoundBankTest, InvalidSlotsAreIgnored) {
+  const std::string path = WriteLevel("s.wav", 100);
+  EXPECT_FALSE(bank_.LoadSound(-1, path).loaded);
+  EXPECT_FALSE(bank_.LoadSound(256, path).loaded);
+  EXPECT_FALSE(bank_.HasSound(-1));
+  EXPECT_FALSE(bank_.HasSound(256));
+  bank_.Restart(256, 0.0);
+  bank_.Stop(-3);
+  bank_.SetFrequency(1000, 44100);
+  EXPECT_EQ(bank_.PlayCursor(256), 0);
+  EXPECT_EQ(bank_.LengthBytes(-1), 0);
+}
+
+TEST_F(SoundBankTest, SoundOnlyMediaLoaderLoadsSoundsAndNoPictures) {
+  SoundOnlyMediaLoader loader(bank_);
+  MediaLoader& media = loader;
+  const SoundLoadResult sound = media.LoadSound(3, WriteLevel("s.wav", 100));
+  EXPECT_TRUE(sound.loaded);
+  EXPECT_EQ(sound.baseFrequency, kRate);
+  media.SetSoundFrequency(3, 2 * kRate);
+  bank_.Restart(3, 0.0);
+  renderer_.AdvanceTo(100.0);
+  EXPECT_EQ(SoundingFrames(), 50);
+  EXPECT_FALSE(media.LoadPicture(1, dir_ / "s.wav", true).loaded);
+  EXPECT_EQ(media.FreeVideoMemory(), 0);
+}
+
+// The moontide charts name ".wav" files and ship ".ogg" ones.
+TEST(SoundBankCorpusTest, MoontideSoundsLoadThroughTheirWavNames) {
+  const std::filesystem::path folder = std::filesystem::path(VREMO_CORPUS_DIR) / "moontide";
+  if (!std::filesystem::exists(folder / "mt_drum+bd.ogg")) GTEST_SKIP() << "no corpus at " << folder;
+  OfflineRenderer renderer;
+  MixerSoundBank bank(renderer);
+  const SoundLoadResult result = bank.LoadSound(1, (folder / "mt_drum+bd.wav").string());
+  ASSERT_TRUE(result.loaded);
+  EXPECT_GT(result.baseFrequency, 0);
+  EXPECT_GT(result.sizeBytes, 0.0f);
+  bank.Restart(1, 0.0);
+  renderer.AdvanceTo(200.0);
+  float peak = 0.0f;
+  for (float s : renderer.samples()) peak = std::max(peak, std::fabs(s));
+  EXPECT_GT(peak, 0.01f);
+}
+
+}  // namespace
+}  // namespace vremo

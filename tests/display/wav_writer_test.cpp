@@ -1,0 +1,79 @@
+// The WAV writer's bytes and its atomic replacement of the file.
+#include "display/wav_writer.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+
+#include "tests/display/sound_test_files.h"
+
+namespace vremo {
+namespace {
+
+using test::TempDir;
+
+uint32_t Le32(const std::vector<uint8_t>& b, size_t at) {
+  return b[at] | b[at + 1] << 8 | b[at + 2] << 16 | static_cast<uint32_t>(b[at + 3]) << 24;
+}
+uint16_t Le16(const std::vector<uint8_t>& b, size_t at) { return static_cast<uint16_t>(b[at] | b[at + 1] << 8); }
+std::string Tag(const std::vector<uint8_t>& b, size_t at) { return std::string(b.begin() + at, b.begin() + at + 4); }
+
+TEST(WavWriterTest, HeaderFieldsAreThoseOfSixteenBitStereo) {
+  const std::vector<float> samples(3 * 2, 0.0f);
+  const std::vector<uint8_t> bytes = EncodeWav16(samples.data(), 3, 44100);
+  ASSERT_EQ(bytes.size(), 44u + 12u);
+  EXPECT_EQ(Tag(bytes, 0), "RIFF");
+  EXPECT_EQ(Le32(bytes, 4), 36u + 12u);
+  EXPECT_EQ(Tag(bytes, 8), "WAVE");
+  EXPECT_EQ(Tag(bytes, 12), "fmt ");
+  EXPECT_EQ(Le32(bytes, 16), 16u);
+  EXPECT_EQ(Le16(bytes, 20), 1u);  // PCM
+  EXPECT_EQ(Le16(bytes, 22), 2u);  // channels
+  EXPECT_EQ(Le32(bytes, 24), 44100u);
+  EXPECT_EQ(Le32(bytes, 28), 44100u * 4);  // bytes per second
+  EXPECT_EQ(Le16(bytes, 32), 4u);          // block align
+  EXPECT_EQ(Le16(bytes, 34), 16u);         // bits per sample
+  EXPECT_EQ(Tag(bytes, 36), "data");
+  EXPECT_EQ(Le32(bytes, 40), 12u);
+}
+
+TEST(WavWriterTest, SamplesAreClampedScaledAndRounded) {
+  const std::vector<float> samples = {0.0f, 1.0f, -1.0f, 0.5f, 2.0f, -3.0f, 1.0f / 32767.0f * 0.6f, -0.00001f};
+  const std::vector<uint8_t> bytes = EncodeWav16(samples.data(), 4, 22050);
+  ASSERT_EQ(bytes.size(), 44u + 16u);
+  const int16_t expected[] = {0, 32767, -32767, 16384, 32767, -32767, 1, 0};
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(static_cast<int16_t>(Le16(bytes, 44 + 2 * i)), expected[i]) << i;
+}
+
+TEST(WavWriterTest, EmptyRenderIsAValidFile) {
+  const std::vector<uint8_t> bytes = EncodeWav16(nullptr, 0, 44100);
+  ASSERT_EQ(bytes.size(), 44u);
+  EXPECT_EQ(Le32(bytes, 4), 36u);
+  EXPECT_EQ(Le32(bytes, 40), 0u);
+}
+
+TEST(WavWriterTest, WritesTheEncodedBytesAndLeavesNoTemporaryFile) {
+  TempDir dir;
+  const std::vector<float> samples = test::Sine(1000, 2, 44100, 440.0);
+  const std::string path = dir / "render.wav";
+  test::WriteBytes(path, {'o', 'l', 'd'});
+  ASSERT_TRUE(WriteWavFile(path, samples.data(), 1000, 44100));
+  const std::vector<uint8_t> expected = EncodeWav16(samples.data(), 1000, 44100);
+  const std::vector<char> written = test::ReadBytes(path);
+  ASSERT_EQ(written.size(), expected.size());
+  EXPECT_EQ(std::memcmp(written.data(), expected.data(), expected.size()), 0);
+  int files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(dir.path())) files += entry.is_regular_file();
+  EXPECT_EQ(files, 1);
+}
+
+TEST(WavWriterTest, AnUnwritableFolderFailsAndTouchesNothing) {
+  TempDir dir;
+  const std::vector<float> samples(20, 0.1f);
+  EXPECT_FALSE(WriteWavFile(dir / "no/such/folder/x.wav", samples.data(), 10, 44100));
+  EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
+}
+
+}  // namespace
+}  // namespace vremo
