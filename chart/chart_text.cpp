@@ -3,6 +3,7 @@
 
 #include <iconv.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -50,8 +51,9 @@ bool DecodeUtf8(std::string_view bytes, std::u32string& out) {
 }
 
 // CP932 through glibc iconv; an undecodable byte becomes U+FFFD and the
-// conversion goes on with the next byte. The output goes through a small
-// buffer: iconv is called many times on garbage, and each call is cheap.
+// conversion goes on with the next byte. Input and output go through small
+// windows: garbage makes iconv stop at every other byte, and each call must
+// stay cheap (a sanitizer checks both whole buffers on every call).
 std::u32string DecodeCp932(std::string_view bytes) {
   std::u32string out;
   iconv_t cd = iconv_open("UTF-32LE", "CP932");
@@ -61,25 +63,30 @@ std::u32string DecodeCp932(std::string_view bytes) {
     return out;
   }
   out.reserve(bytes.size());
-  constexpr size_t kChunkBytes = 16 * 1024;
-  char buffer[kChunkBytes];
-  char* in = const_cast<char*>(bytes.data());
-  size_t inLeft = bytes.size();
-  while (inLeft > 0) {
+  constexpr size_t kWindowBytes = 4096;
+  char buffer[kWindowBytes * 4];
+  size_t pos = 0;
+  while (pos < bytes.size()) {
+    const size_t window = std::min(kWindowBytes, bytes.size() - pos);
+    char* in = const_cast<char*>(bytes.data() + pos);
+    size_t inLeft = window;
     char* outPtr = buffer;
     size_t outLeft = sizeof buffer;
     const size_t result = iconv(cd, &in, &inLeft, &outPtr, &outLeft);
     const int error = errno;
+    pos += window - inLeft;
     const auto* p = reinterpret_cast<const unsigned char*>(buffer);
     for (const auto* end = reinterpret_cast<const unsigned char*>(outPtr); p + 4 <= end; p += 4) {
       out.push_back(static_cast<char32_t>(p[0]) | static_cast<char32_t>(p[1]) << 8 | static_cast<char32_t>(p[2]) << 16 |
                     static_cast<char32_t>(p[3]) << 24);
     }
-    if (result != static_cast<size_t>(-1) || error == E2BIG) continue;
-    // EILSEQ or EINVAL: skip one byte and go on.
+    if (result != static_cast<size_t>(-1)) continue;
+    // A character cut by the window's end is read again with the next one.
+    if (error == EINVAL && pos + inLeft < bytes.size() && inLeft < window) continue;
+    if (error == E2BIG) continue;
+    // EILSEQ, or a character cut by the end of the text: skip one byte.
     out.push_back(kReplacement);
-    ++in;
-    --inLeft;
+    ++pos;
   }
   iconv_close(cd);
   return out;

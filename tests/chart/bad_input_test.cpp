@@ -26,7 +26,8 @@ TEST_F(BadChartInput, MissingFileTouchesNothing) {
 TEST_F(BadChartInput, EmptyAndBinaryFilesHoldNoObject) {
   EXPECT_EQ(Load(""), kLoadNoObject);
   EXPECT_EQ(sink.lines.back(), "  Err: object not exists.");
-  const std::string png("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0\x10#00011:01\r\n", 34);
+  static const char kPngStart[] = "\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0\x10#00011:01\r\n";
+  const std::string png(kPngStart, sizeof kPngStart - 1);
   EXPECT_EQ(Load(png, "picture.bms"), kLoadNoObject);
   EXPECT_EQ(sink.lines.back(), "  Err: object not exists.");
 }
