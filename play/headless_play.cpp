@@ -149,7 +149,10 @@ void HeadlessPlay::ProcessMessages() {
   }
 }
 
-void HeadlessPlay::Sleep(int32_t ms) { clock_.Advance(std::max(ms, kMinimumSleepMs)); }
+void HeadlessPlay::Sleep(int32_t ms) {
+  clock_.Advance(std::max(ms, kMinimumSleepMs));
+  if (options_.afterSleep) options_.afterSleep(clock_.TickCount());
+}
 
 void HeadlessPlay::DrawFrame(int32_t nextObjectIndex) {
   if (options_.judgeInDriver) engine_.RunJudgeBookkeeping(nextObjectIndex, options_.drawHeight);

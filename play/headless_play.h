@@ -8,6 +8,7 @@
 // offline render and regression tool modes. Main thread.
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -54,6 +55,9 @@ struct HeadlessOptions {
   FrameDrawer* drawer = nullptr;
   // Off when `drawer` is a real renderer that runs the judge rules itself.
   bool judgeInDriver = true;
+  // Called after every sleep with the clock's new tick (an offline mix
+  // follows the clock through it).
+  std::function<void(int32_t tick)> afterSleep;
 };
 
 struct HeadlessResult {

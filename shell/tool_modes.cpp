@@ -6,6 +6,7 @@
 #include "chart/bms_reader.h"
 #include "chart/chart_compiler.h"
 #include "chart/chart_dump.h"
+#include "shell/render_mode.h"
 
 namespace vremo {
 namespace {
@@ -20,11 +21,15 @@ constexpr const char* kHelpText =
     "                    the debug log of the last load and its song lines\n"
     "  --dump CHART...   load the charts likewise and print the last one, compiled,\n"
     "                    as one JSON object\n"
+    "  --render OUT.wav [--option NAME=VALUE]... [--input EVENTS] CHART\n"
+    "                    play the chart headless (automatic play unless the options\n"
+    "                    say otherwise) and write the mix as a 16-bit stereo WAV;\n"
+    "                    EVENTS holds lines \"MILLISECONDS down|up VK\" of key presses\n"
     "  --help            this text\n"
     "  --version         the program's name and version\n"
     "\n"
-    "Exit status of --info and --dump: 0 loaded, 1 the chart holds no object,\n"
-    "2 the chart file does not exist, 64 wrong usage.\n";
+    "Exit status: 0 done, 1 the chart holds no object, 2 the chart file does not\n"
+    "exist, 3 the output could not be written, 64 wrong usage.\n";
 
 int ExitStatusOf(int32_t result) {
   if (result == kLoadOk) return kExitLoaded;
@@ -74,6 +79,10 @@ std::optional<int> RunToolMode(const std::vector<std::string>& args, std::ostrea
   if (mode == "--version") {
     out << kVersionText << '\n';
     return kExitLoaded;
+  }
+  if (mode == "--render") {
+    const auto request = ParseRenderArgs(std::vector<std::string>(args.begin() + 1, args.end()), err);
+    return request ? RunRender(*request, out, err) : kExitUsage;
   }
   if (mode == "--info" || mode == "--dump") {
     const std::vector<std::string> paths(args.begin() + 1, args.end());

@@ -1,0 +1,134 @@
+#include "shell/render_mode.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+
+#include "chart/bms_reader.h"
+#include "tests/chart/chart_fixture.h"
+
+namespace vremo {
+namespace {
+
+using testing::Crlf;
+using testing::TempFolder;
+
+constexpr int kRate = 44100;
+
+// A 16-bit mono RIFF WAV holding a 2 ms full-scale click.
+std::string ClickWav() {
+  const int frames = kRate * 2 / 1000;
+  std::string data;
+  for (int i = 0; i < frames; ++i) {
+    const int16_t sample = i % 2 == 0 ? 30000 : -30000;
+    data.append(reinterpret_cast<const char*>(&sample), 2);
+  }
+  auto u32 = [](uint32_t v) { return std::string(reinterpret_cast<const char*>(&v), 4); };
+  auto u16 = [](uint16_t v) { return std::string(reinterpret_cast<const char*>(&v), 2); };
+  return "RIFF" + u32(36 + static_cast<uint32_t>(data.size())) + "WAVEfmt " + u32(16) + u16(1) + u16(1) + u32(kRate) +
+         u32(kRate * 2) + u16(2) + u16(16) + "data" + u32(static_cast<uint32_t>(data.size())) + data;
+}
+
+// Frames of a 16-bit stereo WAV written by the renderer, as left samples.
+std::vector<int16_t> LeftChannel(const std::string& wav) {
+  std::vector<int16_t> left;
+  const size_t data = wav.find("data");
+  if (data == std::string::npos) return left;
+  for (size_t pos = data + 8; pos + 4 <= wav.size(); pos += 4) {
+    int16_t sample;
+    std::memcpy(&sample, wav.data() + pos, 2);
+    left.push_back(sample);
+  }
+  return left;
+}
+
+// Start frames of sounds: a loud sample after at least 10 ms of silence.
+std::vector<size_t> Onsets(const std::vector<int16_t>& samples) {
+  std::vector<size_t> onsets;
+  size_t quiet = kRate;
+  for (size_t i = 0; i < samples.size(); ++i) {
+    if (std::abs(samples[i]) > 1000) {
+      if (quiet >= kRate / 100) onsets.push_back(i);
+      quiet = 0;
+    } else {
+      ++quiet;
+    }
+  }
+  return onsets;
+}
+
+class RenderMode : public ::testing::Test {
+ protected:
+  int Render(std::vector<std::string> args, std::string* log = nullptr) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const auto request = ParseRenderArgs(args, err);
+    const int status = request ? RunRender(*request, out, err) : -1;
+    if (log != nullptr) *log = out.str() + err.str();
+    return status;
+  }
+  TempFolder folder;
+};
+
+TEST_F(RenderMode, SoundsStartAtTheirOwnChartTimes) {
+  folder.Write("click.wav", ClickWav());
+  // 120 BPM: a measure is 2000 ms. Clicks at 2000 and 3000 ms, then 180 BPM
+  // from 4000 ms: the next bar starts 1333.3 ms later and its second beat
+  // 333.3 ms after that. Key notes fire in automatic play too.
+  const std::string chart =
+      folder.Write("clicks.bms", Crlf({"#BPM 120", "#WAV01 CLICK.WAV", "#00101:0101", "#00203:B4", "#00201:01",
+                                       "#00311:0001", "#00301:01", "#00411:0100000000000000"}));
+  const std::string wav = (folder.path() / "out.wav").string();
+  ASSERT_EQ(Render({wav, chart}), 0);
+  const std::vector<size_t> onsets = Onsets(LeftChannel(ReadFileBytes(wav)));
+  const std::vector<double> expectedMs = {2000.0, 3000.0, 4000.0, 4000.0 + 4000.0 / 3, 4000.0 + 4000.0 / 3 + 2000.0 / 3,
+                                          4000.0 + 8000.0 / 3};
+  std::string found;
+  for (size_t onset : onsets) found += std::to_string(onset * 1000.0 / kRate) + " ";
+  ASSERT_EQ(onsets.size(), expectedMs.size()) << found;
+  for (size_t i = 0; i < onsets.size(); ++i) {
+    EXPECT_NEAR(onsets[i] * 1000.0 / kRate, expectedMs[i], 1.0) << "sound " << i;
+  }
+}
+
+TEST_F(RenderMode, ScriptedUserPlayAppendsTheScoreLog) {
+  folder.Write("click.wav", ClickWav());
+  const std::string chart = folder.Write("play.bms", Crlf({"#TITLE Keys", "#BPM 120", "#WAV01 click.wav",
+                                                           "#00111:01", "#00112:01", "#00301:01"}));
+  // Lane 11 is Z (90), lane 12 S (83) in the default key table; S comes
+  // 100 ms (9.6 units) late: a Good.
+  const std::string script = folder.Write("keys.txt", "# presses\n2000 down 90\n2050 up 90\n\n2100 down 83\n");
+  const std::string home = (folder.path() / "home").string();
+  ::setenv("VREMO_HOME", home.c_str(), 1);
+  std::string log;
+  ASSERT_EQ(Render({(folder.path() / "o.wav").string(), "--option", "UserPlay=True", "--input", script, chart}, &log),
+            0)
+      << log;
+  ::unsetenv("VREMO_HOME");
+  const std::string scores = ReadFileBytes(home + "/vremoscore.txt");
+  EXPECT_NE(scores.find("*INF \tKeys\t"), std::string::npos) << scores;
+  EXPECT_NE(scores.find("1P - fGreat 1 Great 0 Good 1 Bad 0 Poor 0"), std::string::npos) << scores;
+  EXPECT_NE(log.find("PlayLoop complete"), std::string::npos);
+}
+
+TEST_F(RenderMode, BadArgumentsAndScriptsAreRefused) {
+  const std::string chart = folder.Write("a.bms", Crlf({"#BPM 120", "#00111:01"}));
+  const std::string wav = (folder.path() / "a.wav").string();
+  std::string log;
+  EXPECT_EQ(Render({wav}, &log), -1);
+  EXPECT_EQ(Render({wav, "--option", "Nonsense=1", chart}, &log), 64);
+  EXPECT_EQ(log, "vremo: unknown option or bad value: Nonsense=1\n");
+  const std::string garbage = folder.Write("bad.txt", "100 down 90\nhello world\n");
+  EXPECT_EQ(Render({wav, "--input", garbage, chart}, &log), 64);
+  EXPECT_NE(log.find(garbage + ": line 2: "), std::string::npos) << log;
+  EXPECT_EQ(Render({wav, "--input", (folder.path() / "none.txt").string(), chart}, &log), 64);
+  EXPECT_NE(log.find("none.txt: cannot be read"), std::string::npos) << log;
+  EXPECT_EQ(Render({wav, (folder.path() / "none.bms").string()}, &log), 2);
+  EXPECT_EQ(Render({(folder.path() / "no/such/folder/x.wav").string(), chart}, &log), 3);
+}
+
+}  // namespace
+}  // namespace vremo
