@@ -9,4 +9,5 @@ dir=build
 [ "${1:-}" = "--sanitize" ] && dir=build-asan
 export QT_QPA_PLATFORM=offscreen SDL_AUDIODRIVER=dummy
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+export LSAN_OPTIONS="suppressions=$PWD/tests/lsan.supp"
 cd "$dir" && ctest --output-on-failure -j "$(nproc)"

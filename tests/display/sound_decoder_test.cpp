@@ -10,11 +10,6 @@
 
 #include "tests/display/sound_test_files.h"
 
-// libsndfile 1.2 leaks libvorbis' info block when a Vorbis stream turns out
-// damaged (OggCutInItsStream): the library's leak, not ours, so LeakSanitizer
-// is told to let that one allocation pass.
-extern "C" const char* __lsan_default_suppressions() { return "leak:vorbis_info_init\n"; }
-
 namespace vremo {
 namespace {
 

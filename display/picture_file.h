@@ -1,0 +1,42 @@
+#pragma once
+// Pictures from files: the chart's 256 picture slots (#BMPxx) and the
+// layout's skin picture. Every format the desktop's picture reader knows is
+// accepted whatever the file's extension says (BMP, PNG, JPEG, GIF). A file
+// that is missing, damaged or too large leaves its slot empty; the size is
+// checked from the file's header before any pixel memory is taken. Pictures
+// keep black as their colour key. The media layer owns the slots; UI thread.
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "chart/chart.h"
+#include "chart/media_loader.h"
+#include "display/surface.h"
+
+namespace vremo {
+
+// Pictures wider or higher than this are refused unread.
+inline constexpr int32_t kMaxPictureSide = 16384;
+
+// Resolves `path` (media_path.h rules) and reads the picture into a counted
+// surface; nullptr when that fails for any reason.
+std::unique_ptr<Surface> LoadPictureFile(const std::string& path, SurfaceMemory& memory);
+
+class PictureSlots {
+ public:
+  // Replaces the slot's picture with the file's, or empties the slot when
+  // the file cannot be read. The size is reported only when `measure` is set
+  // (names not ending in BMP); the chart keeps its own sizes.
+  PictureLoadResult Load(int slot, const std::string& path, bool measure, SurfaceMemory& memory);
+  // nullptr for an empty slot or a slot number outside 0-255.
+  const Surface* Picture(int slot) const;
+  bool AnyLoaded() const;
+  void ReleaseAll();
+
+ private:
+  std::array<std::unique_ptr<Surface>, kMediaSlots> slots_;
+};
+
+}  // namespace vremo

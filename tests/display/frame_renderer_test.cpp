@@ -1,0 +1,309 @@
+// Frames drawn with the test skin and read back pixel by pixel.
+#include "display/frame_renderer.h"
+
+#include "tests/display/graphics_fixture.h"
+
+namespace vremo::testing {
+namespace {
+
+constexpr int32_t kLane11Column = 5;   // inside lane 11 (x 0-9)
+constexpr int32_t kLane12Column = 55;  // inside lane 12 (x 40-69)
+constexpr int32_t kLane17Column = 85;  // inside lane 17 (x 80-89)
+constexpr int32_t kBarColumn = 100;    // only the bar line reaches here
+
+using FrameRendererTest = RenderFixture;
+
+TEST_F(FrameRendererTest, NotesSitOnTheirPositionAtHiSpeedOneAndTwo) {
+  Add(100, 11);
+  DrawAt(0.0);
+  // y = 480 + (0 - 100) x 1 = 380: the note's bottom row is 379.
+  EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(376, 379));
+  settings.hiSpeed = 2.0f;
+  DrawAt(0.0);
+  EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(276, 279));
+  DrawAt(30.0);
+  EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(336, 339));
+  // A note above the visible end is not drawn at all.
+  settings.hiSpeed = 1.0f;
+  DrawAt(-400.0);
+  EXPECT_TRUE(RowsOf(kLane11Column, kNoteRed).empty());
+}
+
+TEST_F(FrameRendererTest, ReverseAccelAndNazoBendTheLane) {
+  Add(0, 12);
+  Add(100, 11);
+  Add(240, 11);
+  Add(476, 12);
+  settings.reverse = true;
+  DrawAt(0.0);
+  // The line is at the top: y 380 is drawn from H - y = 100 down.
+  EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), (std::vector<int32_t>{100, 101, 102, 103, 240, 241, 242, 243}));
+  settings.reverse = false;
+  settings.accel = true;
+  DrawAt(0.0);
+  // y = H stays H; y = H/2 becomes H/4; y = 380 becomes 300.8 -> 301.
+  EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), (std::vector<int32_t>{116, 117, 118, 119, 297, 298, 299, 300}));
+  EXPECT_EQ(RowsOf(kLane12Column, kWideOrange), Span(476, 479));
+  settings.accel = false;
+  settings.nazo = true;
+  DrawAt(0.0);
+  // At the line the lane is full width (x 40-69); a note entering at the
+  // top (y 4) comes up from the bottom at y 472, 12 pixels in from each edge.
+  EXPECT_EQ(At(40, 478), kWideOrange);
+  EXPECT_EQ(At(69, 478), kWideOrange);
+  EXPECT_EQ(At(52, 470), kWideOrange);
+  EXPECT_EQ(At(57, 470), kWideOrange);
+  EXPECT_EQ(At(51, 470), kBlack);
+  EXPECT_EQ(At(58, 470), kBlack);
+}
+
+TEST_F(FrameRendererTest, HiddenSuddenAndStealthLimits) {
+  Add(119, 12);
+  Add(120, 11);
+  settings.hidden = true;
+  DrawAt(0.0);
+  // 120 pixels above the line is drawn, 119 is not.
+  EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(356, 359));
+  EXPECT_TRUE(RowsOf(kLane12Column, kWideOrange).empty());
+
+  chart->objectCount = 0;
+  Add(124, 11);
+  Add(125, 12);
+  settings.hidden = false;
+  settings.sudden = true;
+  DrawAt(0.0);
+  EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(352, 355));
+  EXPECT_TRUE(RowsOf(kLane12Column, kWideOrange).empty());
+
+  chart->objectCount = 0;
+  Add(48, kChannelBarLine);
+  Add(96, 11);
+  Add(144, 17);
+  settings.sudden = false;
+  settings.stealth = true;
+  DrawAt(0.0);
+  EXPECT_TRUE(RowsOf(kLane11Column, kNoteRed).empty());
+  EXPECT_EQ(RowsOf(kBarColumn, kBarGreen), std::vector<int32_t>{431});
+  EXPECT_EQ(RowsOf(kLane17Column, kFreeBlue), Span(332, 335));
+}
+
+TEST_F(FrameRendererTest, GridKeepsFortyEightUnitsApart) {
+  settings.showGlid = true;
+  DrawAt(0.0);
+  std::vector<int32_t> expected;
+  for (int32_t y = 479; y > 0; y -= 48) expected.insert(expected.begin(), y);
+  EXPECT_EQ(RowsOf(kBarColumn, kBarGreen), expected);
+  settings.hiSpeed = 2.0f;
+  DrawAt(0.0);
+  EXPECT_EQ(RowsOf(kBarColumn, kBarGreen), (std::vector<int32_t>{95, 191, 287, 383, 479}));
+}
+
+TEST_F(FrameRendererTest, GaugeBarAndPercentage) {
+  settings.showGauge = true;
+  engine.scores().players[0].displayedGauge = 50.0f;
+  DrawAt(0.0);
+  // The gauge is centred on the 120-pixel side: x = (120 - 100) / 2 = 10.
+  EXPECT_EQ(At(10, 442), kFontZero);
+  EXPECT_EQ(At(15, 442), kFontFive);
+  EXPECT_EQ(At(20, 446), kFontZero);
+  EXPECT_EQ(At(25, 444), kFontPercent);
+  // Full up to 50 less a flicker of at most 5 pixels, the end column at 59,
+  // the rest of the 99-pixel strip empty.
+  for (int32_t x = 10; x < 55; ++x) EXPECT_EQ(At(x, 434), kGaugeFull) << x;
+  EXPECT_EQ(At(59, 430), kGaugeFull);
+  for (int32_t x = 60; x < 109; ++x) EXPECT_EQ(At(x, 438), kGaugeEmpty) << x;
+  EXPECT_EQ(At(109, 434), kBlack);
+  EXPECT_EQ(At(9, 434), kBlack);
+
+  settings.showGauge = false;
+  DrawAt(0.0);
+  EXPECT_EQ(At(10, 434), kBlack);
+}
+
+TEST_F(FrameRendererTest, JudgementAndComboLineUpOnTheSide) {
+  settings.userPlay = true;
+  PlayerScore& score = engine.scores().players[0];
+  score.lastJudgement = kJudgeGreat;
+  score.lastJudgementTick = clock.TickCount() - 200;
+  score.combo = 12;
+  score.comboDigitTop = 1;
+  score.comboDigits = {1, 2};
+  // 70 is on the blink (70 mod 7 = 0), off every beat and bar pulse.
+  DrawAt(70.0);
+  // left = (120 - 20 - 2 x 6) / 2 = 44, top = 480 - 64.
+  EXPECT_EQ(RowsOf(50, kGreatYellow), Span(416, 423));
+  EXPECT_EQ(At(44, 416), kGreatYellow);
+  EXPECT_EQ(At(63, 423), kGreatYellow);
+  EXPECT_EQ(At(43, 416), kBlack);
+  // The digits follow, each lifted by the wave 3 sin(70/24 x 180 + 60 k).
+  EXPECT_EQ(RowsOf(66, DigitColour(1)), Span(415, 422));
+  EXPECT_EQ(RowsOf(72, DigitColour(2)), Span(418, 425));
+
+  DrawAt(74.0);  // blink off: Great is not shown
+  EXPECT_TRUE(RowsOf(50, kGreatYellow).empty());
+
+  // fGreat stays lit and changes frame every 50 ms.
+  score.lastJudgement = kJudgeFGreat;
+  DrawAt(74.0);
+  EXPECT_EQ(At(50, 418), kFGreatFrame0);
+  clock.Advance(50);
+  DrawAt(74.0);
+  EXPECT_EQ(At(50, 418), kFGreatFrame1);
+  // After a second the judgement is cleared.
+  clock.Advance(1000);
+  DrawAt(74.0);
+  EXPECT_EQ(score.lastJudgement, kNoJudgement);
+  EXPECT_EQ(At(50, 418), kBlack);
+}
+
+TEST_F(FrameRendererTest, PendingNoteIsMissedEighteenUnitsLate) {
+  settings.userPlay = true;
+  Add(100, 11);
+  DrawAt(61.0);
+  EXPECT_EQ(engine.state().lanePendingNote[0], 0);
+  DrawAt(117.9);
+  EXPECT_EQ(engine.scores().players[0].poor, 0);
+  EXPECT_EQ(engine.state().lanePendingNote[0], 0);
+  DrawAt(118.0);
+  EXPECT_EQ(engine.scores().players[0].poor, 1);
+  EXPECT_EQ(engine.state().lanePendingNote[0], kNoPendingNote);
+}
+
+TEST_F(FrameRendererTest, RecordMarksInTheirOwnColour) {
+  settings.showRec = true;
+  engine.record().Assign({PlayRecordEntry{0, 100, RgbColour(255, 128, 0), 11, 1, 0}}, 1);
+  DrawAt(0.0);
+  const Colour orange = Rgb(255, 128, 0);
+  EXPECT_EQ(At(0, 376), orange);
+  EXPECT_EQ(At(9, 379), orange);
+  EXPECT_EQ(At(5, 376), orange);
+  EXPECT_EQ(At(5, 377), kBlack);
+  EXPECT_EQ(At(10, 376), kBlack);
+  DrawAt(101.0);  // passed
+  EXPECT_EQ(At(0, 480 - 1), kBlack);
+}
+
+TEST_F(FrameRendererTest, BgaComposesBaseLayerAndMissPictures) {
+  QImage base(64, 64, QImage::Format_RGB32);
+  base.fill(QColor(10, 200, 10));
+  QImage layer(64, 64, QImage::Format_RGB32);
+  layer.fill(Qt::black);
+  layer.setPixel(32, 32, qRgb(255, 255, 255));
+  QImage poor(64, 64, QImage::Format_RGB32);
+  poor.fill(QColor(200, 10, 10));
+  for (auto [slot, image] : {std::pair{1, &base}, std::pair{2, &layer}, std::pair{3, &poor}}) {
+    const std::string path = folder.Path("bga" + std::to_string(slot) + ".png");
+    ASSERT_TRUE(image->save(QString::fromStdString(path)));
+    ASSERT_TRUE(media.LoadPicture(slot, path, true).loaded);
+    chart->pictureRect[static_cast<size_t>(slot)] = PictureRect{0, 0, 64, 64};
+  }
+  engine.state().basePicture = 1;
+  engine.state().layerPicture = 2;
+  engine.state().pictureChanged = true;
+  DrawAt(0.0);
+  // Centred in the 256 square: x 96-159, y 0-63; the layer's black is clear.
+  EXPECT_EQ(At(100, 10), Rgb(10, 200, 10));
+  EXPECT_EQ(At(96 + 32, 32), kWhite);
+  EXPECT_EQ(At(95, 10), kBlack);
+  EXPECT_FALSE(engine.state().pictureChanged);
+  engine.scores().missFlag = true;
+  engine.state().missPicture = 3;
+  DrawAt(0.0);
+  EXPECT_EQ(At(100, 10), Rgb(200, 10, 10));
+  EXPECT_EQ(At(96 + 32, 32), Rgb(200, 10, 10));
+  settings.showBga = false;
+  DrawAt(0.0);
+  EXPECT_EQ(At(100, 10), kBlack);
+}
+
+// One sounding slot, half played.
+class HalfPlayedBank : public SilentSoundBank {
+ public:
+  bool HasSound(int slot) const override { return slot == 0x11; }
+  int32_t PlayCursor(int slot) const override { return slot == 0x11 ? 50 : 0; }
+};
+
+TEST_F(FrameRendererTest, SoundPanelAndOverviewShowPlayingSlots) {
+  HalfPlayedBank bank;
+  FrameRenderer panelRenderer(engine, media, layout, bank);
+  chart->soundSize[0x11] = 100.0f;
+  settings.polMode = true;
+  engine.state().currentPosition = 0.0;
+  panelRenderer.DrawFrame(0);
+  // Slot 11 is the cell at (16, 16): an 8-pixel bar along its foot.
+  EXPECT_EQ(At(20, 29), kSoundPanelLabelColour);
+  EXPECT_EQ(At(23, 30), kSoundPanelLabelColour);
+  EXPECT_EQ(At(26, 29), kBlack);
+  EXPECT_EQ(At(16, 20), kSoundPanelGridColour);
+
+  SoundOverview overview;
+  overview.barWidth.fill(-1.0);
+  overview.barWidth[0] = 16.0;
+  panelRenderer.DrawSoundOverview(overview);
+  EXPECT_EQ(At(8, 13), kSoundPanelLabelColour);
+  EXPECT_EQ(At(24, 29), kBlack);
+}
+
+TEST_F(FrameRendererTest, MessageLastsOneSecondAndFramesArePresented) {
+  Surface target(kWidth * 2, kHeight * 2);
+  SurfacePresenter presenter(target);
+  renderer.SetPresenter(&presenter);
+  auto count = [this](Colour colour) {
+    int pixels = 0;
+    for (int32_t y = 0; y < 20; ++y) {
+      for (int32_t x = 0; x < kWidth; ++x) pixels += At(x, y) == colour ? 1 : 0;
+    }
+    return pixels;
+  };
+  renderer.ShowMessage("HiSpeed: 2 (1:Down/2:Up)");
+  Add(100, 11);
+  DrawAt(0.0);
+  // Blue text on its dark blue ground.
+  EXPECT_GT(count(kBackForeColour), 20);
+  EXPECT_GT(count(kBackSecondColour), 20);
+  // The window shows the frame stretched to its size.
+  EXPECT_EQ(target.Pixel(10, 2 * 378), kNoteRed);
+  clock.Advance(kMessageDurationMs + 1);
+  DrawAt(0.0);
+  EXPECT_EQ(count(kBackForeColour), 0);
+}
+
+TEST_F(FrameRendererTest, GarbageLayoutAndExtremeOptionsDrawWithoutFault) {
+  LoadRect(folder.Write("garbage.vrd", TestLayoutText() + "#KEY12 04,-1000000,3\r\n"
+                                                          "#OBJ04 0,0,-30,-4\r\n"
+                                                          "#GREAT 0,0,-20,1000000\r\n"
+                                                          "#NUM 0,0,-6,-8\r\n"
+                                                          "#FGREAT 0,0,1000000,1000000,1024\r\n"),
+           layout, layoutContext);
+  settings.userPlay = true;
+  settings.showGauge = true;
+  settings.showGlid = true;
+  settings.showVLine = true;
+  settings.polMode = true;
+  for (int32_t i = 0; i < 40; ++i) Add(i * 30, i % 2 == 0 ? 11 : 12);
+  PlayerScore& score = engine.scores().players[0];
+  score.combo = 1234567890;
+  score.comboDigitTop = 9;
+  score.comboDigits = {1, 2, 3, 4, 5, 6, 7, 8, 9, 0};
+  score.displayedGauge = 1e30f;
+  for (float hiSpeed : {1e6f, -3.0f, 0.0f, 1e-6f}) {
+    settings.hiSpeed = hiSpeed;
+    settings.nazo = settings.accel = settings.reverse = hiSpeed > 1.0f;
+    for (int32_t kind : {kJudgeGreat, kJudgeFGreat}) {
+      score.lastJudgement = kind;
+      score.lastJudgementTick = clock.TickCount();
+      DrawAt(-1e12);
+      DrawAt(600.0);
+      DrawAt(1e15);
+    }
+  }
+  // The sane lane is drawn where it belongs all the same.
+  settings = Settings{};
+  chart->objectCount = 0;
+  Add(100, 11);
+  DrawAt(0.0);
+  EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(376, 379));
+}
+
+}  // namespace
+}  // namespace vremo::testing
