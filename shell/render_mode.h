@@ -15,8 +15,6 @@
 
 namespace vremo {
 
-inline constexpr int kExitWriteFailed = 3;
-
 struct RenderRequest {
   std::string output;
   std::string chart;

@@ -7,6 +7,7 @@
 #include "chart/chart_compiler.h"
 #include "chart/chart_dump.h"
 #include "shell/render_mode.h"
+#include "shell/snapshot_mode.h"
 
 namespace vremo {
 namespace {
@@ -25,6 +26,10 @@ constexpr const char* kHelpText =
     "                    play the chart headless (automatic play unless the options\n"
     "                    say otherwise) and write the mix as a 16-bit stereo WAV;\n"
     "                    EVENTS holds lines \"MILLISECONDS down|up VK\" of key presses\n"
+    "  --snapshot OUT.png [--at POSITION] [--size WxH] [--layout FILE]\n"
+    "             [--option NAME=VALUE]... CHART\n"
+    "                    play the chart automatically up to POSITION (192 a measure)\n"
+    "                    and write that frame as PNG (default 640x480, default skin)\n"
     "  --help            this text\n"
     "  --version         the program's name and version\n"
     "\n"
@@ -84,6 +89,7 @@ std::optional<int> RunToolMode(const std::vector<std::string>& args, std::ostrea
     const auto request = ParseRenderArgs(std::vector<std::string>(args.begin() + 1, args.end()), err);
     return request ? RunRender(*request, out, err) : kExitUsage;
   }
+  if (mode == "--snapshot") return RunSnapshotMode(std::vector<std::string>(args.begin() + 1, args.end()), out, err);
   if (mode == "--info" || mode == "--dump") {
     const std::vector<std::string> paths(args.begin() + 1, args.end());
     if (paths.empty()) {

@@ -14,6 +14,7 @@ namespace vremo {
 inline constexpr int kExitLoaded = 0;
 inline constexpr int kExitNoObject = 1;
 inline constexpr int kExitMissing = 2;
+inline constexpr int kExitWriteFailed = 3;
 inline constexpr int kExitUsage = 64;
 
 // Runs the tool mode named by args[0] (the arguments after the program
