@@ -101,7 +101,8 @@ int RunRender(const RenderRequest& request, std::ostream& out, std::ostream& err
     renderer.AdvanceTo(steppedTick);
     steppedTick = tick;
   };
-  HeadlessPlay play(*chart, settings, bank, DefaultKeyMap(), log, clock, options);
+  const KeyMap keyMap = DefaultKeyMap();  // the lane keys keep a reference
+  HeadlessPlay play(*chart, settings, bank, keyMap, log, clock, options);
   play.Run(events);
   renderer.AdvanceTo(clock.TickCount());
   renderer.RenderTail(kMaxTailMs);
