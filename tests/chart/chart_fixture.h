@@ -15,31 +15,9 @@
 
 #include "chart/bms_reader.h"
 
+#include "tests/support/temp_folder.h"
+
 namespace vremo::testing {
-
-class TempFolder {
- public:
-  TempFolder() {
-    path_ = std::filesystem::temp_directory_path() /
-            ("vremo-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter_++));
-    std::filesystem::create_directories(path_);
-  }
-  ~TempFolder() {
-    std::error_code ec;
-    std::filesystem::remove_all(path_, ec);
-  }
-  const std::filesystem::path& path() const { return path_; }
-  std::string Write(const std::string& name, const std::string& bytes) const {
-    const auto file = path_ / name;
-    std::filesystem::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << bytes;
-    return file.string();
-  }
-
- private:
-  std::filesystem::path path_;
-  static inline int counter_ = 0;
-};
 
 // CR LF line ends, as charts are distributed.
 inline std::string Crlf(const std::vector<std::string>& lines) {

@@ -23,31 +23,9 @@
 #include "display/media_layer.h"
 #include "play/headless_play.h"
 
+#include "tests/support/temp_folder.h"
+
 namespace vremo::testing {
-
-class TempFolder {
- public:
-  TempFolder() {
-    path_ = std::filesystem::temp_directory_path() /
-            ("vremo-graphics-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter_++));
-    std::filesystem::create_directories(path_);
-  }
-  ~TempFolder() {
-    std::error_code ec;
-    std::filesystem::remove_all(path_, ec);
-  }
-  std::string Write(const std::string& name, const std::string& bytes) const {
-    std::filesystem::create_directories((path_ / name).parent_path());
-    std::ofstream(path_ / name, std::ios::binary) << bytes;
-    return (path_ / name).string();
-  }
-  std::string Path(const std::string& name) const { return (path_ / name).string(); }
-  std::string path() const { return path_.string(); }
-
- private:
-  std::filesystem::path path_;
-  static inline int counter_ = 0;
-};
 
 inline QColor ToQColor(Colour colour) { return QColor::fromRgb(colour); }
 

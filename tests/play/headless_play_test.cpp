@@ -59,7 +59,7 @@ TEST_F(HeadlessPlayTest, DemoModeJudgesEveryNoteAndLogsNoScore) {
   EXPECT_FALSE(result.stopped);
   EXPECT_GE(result.elapsedMs, 2900);  // the last sound dies 100 ms after 2800
   EXPECT_TRUE(Logged("  sounds stopped."));
-  EXPECT_FALSE(std::filesystem::exists(folder.path() + "/vremoscore.txt"));
+  EXPECT_FALSE(std::filesystem::exists(folder.Path("vremoscore.txt")));
 }
 
 TEST_F(HeadlessPlayTest, AStalledPlayIsStoppedAtItsTimeLimit) {
@@ -74,7 +74,7 @@ TEST_F(HeadlessPlayTest, AStalledPlayIsStoppedAtItsTimeLimit) {
   EXPECT_EQ(result.elapsedMs, 215);  // one pass of the sound wait follows the stop
   EXPECT_TRUE(Logged("  Err: play time limit reached, stopped."));
   EXPECT_EQ(sink.lines.back(), "PlayLoop complete");
-  EXPECT_FALSE(std::filesystem::exists(folder.path() + "/vremoscore.txt"));
+  EXPECT_FALSE(std::filesystem::exists(folder.Path("vremoscore.txt")));
 }
 
 }  // namespace

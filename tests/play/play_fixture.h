@@ -20,33 +20,9 @@
 #include "chart/bms_reader.h"
 #include "play/play_engine.h"
 
+#include "tests/support/temp_folder.h"
+
 namespace vremo::testing {
-
-class TempFolder {
- public:
-  TempFolder() {
-    path_ = std::filesystem::temp_directory_path() /
-            ("vremo-play-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter_++));
-    std::filesystem::create_directories(path_);
-  }
-  ~TempFolder() {
-    std::error_code ec;
-    std::filesystem::remove_all(path_, ec);
-  }
-  std::string Write(const std::string& name, const std::string& bytes) const {
-    std::ofstream(path_ / name, std::ios::binary) << bytes;
-    return (path_ / name).string();
-  }
-  std::string Read(const std::string& name) const {
-    std::ifstream file(path_ / name, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-  }
-  std::string path() const { return path_.string(); }
-
- private:
-  std::filesystem::path path_;
-  static inline int counter_ = 0;
-};
 
 struct SoundCall {
   int slot;

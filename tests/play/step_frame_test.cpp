@@ -134,7 +134,7 @@ TEST_F(StepFrameTest, PlayLoopWaitsForSoundsThenFinishes) {
   EXPECT_EQ(host.timerKills, 1);
   EXPECT_EQ(host.seekBar.back(), 100);
   EXPECT_FALSE(engine.Playing());
-  EXPECT_FALSE(std::filesystem::exists(folder.path() + "/vremoscore.txt"));  // not a user play
+  EXPECT_FALSE(std::filesystem::exists(folder.Path("vremoscore.txt")));  // not a user play
 }
 
 TEST_F(StepFrameTest, StopDuringTheSoundWaitEndsWithoutScoreLog) {
@@ -148,7 +148,7 @@ TEST_F(StepFrameTest, StopDuringTheSoundWaitEndsWithoutScoreLog) {
   engine.PlayLoop();
   EXPECT_EQ(clock.TickCount(), 125);
   EXPECT_TRUE(Logged("  sounds stopped."));
-  EXPECT_FALSE(std::filesystem::exists(folder.path() + "/vremoscore.txt"));
+  EXPECT_FALSE(std::filesystem::exists(folder.Path("vremoscore.txt")));
 
   // Without the wait a user play logs its score at once.
   settings.dontWait = true;
@@ -160,7 +160,7 @@ TEST_F(StepFrameTest, StopDuringTheSoundWaitEndsWithoutScoreLog) {
   engine.PlayLoop();
   EXPECT_FALSE(Logged("  waiting for sounds stop..."));
   EXPECT_EQ(host.songInfo.back(), "J-Pts: 0.0pts");
-  EXPECT_TRUE(std::filesystem::exists(folder.path() + "/vremoscore.txt"));
+  EXPECT_TRUE(std::filesystem::exists(folder.Path("vremoscore.txt")));
 }
 
 TEST_F(StepFrameTest, PlayTimerSmoothsTheGaugeAndStepsWhileRunning) {
