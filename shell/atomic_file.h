@@ -1,0 +1,15 @@
+#pragma once
+// Writing a whole file so that a crash never leaves half of it: the bytes go
+// to a temporary file in the same folder, which then replaces the target.
+// Used by the record, list and hand-over files. Any thread.
+
+#include <string>
+#include <string_view>
+
+namespace vremo {
+
+// True when the file now holds exactly `bytes`; on failure the old file is
+// untouched and the temporary file removed.
+bool WriteFileAtomically(const std::string& path, std::string_view bytes);
+
+}  // namespace vremo

@@ -1,0 +1,193 @@
+#include "shell/command_channel.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QLocalSocket>
+#include <functional>
+#include <future>
+#include <memory>
+#include <sstream>
+
+#include "shell/send_mode.h"
+
+namespace vremo {
+namespace {
+
+class Calls : public CommandHandler {
+ public:
+  void CommandLoad(const std::string& path) override { calls.push_back("load[" + path + "]"); }
+  void CommandStop() override { calls.push_back("stop"); }
+  void CommandSeek(int32_t position) override { calls.push_back("seek " + std::to_string(position)); }
+  void CommandQuit() override { calls.push_back("quit"); }
+  void CommandPause() override { calls.push_back("pause"); }
+  void CommandLineReceived(const std::string& line) override { calls.push_back("line[" + line + "]"); }
+  std::vector<std::string> calls;
+};
+
+// Runs the event loop until `done` or a generous timeout.
+bool WaitFor(const std::function<bool()>& done, int timeoutMs = 10000) {
+  QElapsedTimer timer;
+  timer.start();
+  while (!done()) {
+    if (timer.elapsed() > timeoutMs) return false;
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+  }
+  return true;
+}
+
+QString UniqueName() {
+  static int counter = 0;
+  return QStringLiteral("vremo-test-%1-%2").arg(::getpid()).arg(counter++);
+}
+
+// A partner program: collects the lines it receives.
+struct Partner {
+  // `wait` false: connect in the background, for crowds the listen queue cannot hold.
+  explicit Partner(const QString& name, bool wait = true) {
+    socket.connectToServer(name);
+    if (wait) socket.waitForConnected(5000);
+  }
+  void Say(const QByteArray& bytes) {
+    socket.write(bytes);
+    socket.flush();
+  }
+  QList<QByteArray> Lines() {
+    received += socket.readAll();
+    QList<QByteArray> lines = received.split('\n');
+    lines.removeLast();
+    return lines;
+  }
+  QLocalSocket socket;
+  QByteArray received;
+};
+
+class CommandChannelTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(channel.Listen(name)); }
+  QString name = UniqueName();
+  Calls handler;
+  MemoryLogSink sink;
+  DebugLog log{&sink};
+  CommandChannel channel{handler, log};
+};
+
+using Lines = QList<QByteArray>;
+
+TEST(ExternalCommand, TextsAsTheLinkedBoxTookThem) {
+  Calls h;
+  EXPECT_TRUE(ApplyExternalCommand("LLOAD /songs/my song.bms", h));
+  EXPECT_TRUE(ApplyExternalCommand("LSEEK 12.5", h));  // halves to even
+  EXPECT_TRUE(ApplyExternalCommand("LSEEK  768 ", h));
+  EXPECT_TRUE(ApplyExternalCommand("LSEEK", h));  // no number: no seek
+  EXPECT_TRUE(ApplyExternalCommand("LSEEK x", h));
+  EXPECT_TRUE(ApplyExternalCommand("LLOAD", h));     // no blank: the whole text
+  EXPECT_TRUE(ApplyExternalCommand("LSTOPPED", h));  // five characters decide
+  EXPECT_TRUE(ApplyExternalCommand("LCLOSE", h));
+  EXPECT_TRUE(ApplyExternalCommand("Lwhatever", h));
+  for (const char* ignored : {"POK", "PNEXT", "PCLOSE", "lstop", "", " LSTOP"}) {
+    EXPECT_FALSE(ApplyExternalCommand(ignored, h)) << ignored;
+  }
+  EXPECT_EQ(h.calls,
+            (std::vector<std::string>{"load[/songs/my song.bms]", "seek 12", "seek 768", "load[LLOAD]", "stop"}));
+}
+
+TEST_F(CommandChannelTest, RepliesToEveryAcceptedCommandOnly) {
+  struct stat info {};
+  ASSERT_EQ(::stat(channel.fullServerName().toStdString().c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 077, 0u) << std::oct << info.st_mode;
+
+  Partner partner(name);
+  EXPECT_FALSE(channel.DdeLinked());
+  partner.Say("PNEXT\nhello\nLLOAD /a b.bms\r\nLSTOP\nLSEEK 96\nLPAUS\nLQUIT\nLSEEK\n");
+  ASSERT_TRUE(WaitFor([&] { return partner.Lines().size() == 6; }));
+  EXPECT_EQ(partner.Lines(), Lines(6, "POK"));
+  EXPECT_EQ(handler.calls, (std::vector<std::string>{"load[/a b.bms]", "stop", "seek 96", "pause", "quit"}));
+  EXPECT_TRUE(channel.DdeLinked());
+
+  // A second start hands over its command line: no reply.
+  partner.Say("ReceiveCommand: \"/x y.bms\" -p\nLSTOP\n");
+  ASSERT_TRUE(WaitFor([&] { return partner.Lines().size() == 7; }));
+  EXPECT_EQ(handler.calls.at(5), "line[\"/x y.bms\" -p]");
+
+  // LCLOSE: its reply, then the link ends; the flag stays.
+  partner.Say("LCLOSE\n");
+  ASSERT_TRUE(WaitFor([&] { return partner.socket.state() == QLocalSocket::UnconnectedState; }));
+  EXPECT_EQ(partner.Lines().size(), 8);
+  EXPECT_TRUE(channel.DdeLinked());
+}
+
+TEST_F(CommandChannelTest, NoticesGoToEveryPartner) {
+  Partner first(name);
+  Partner second(name);
+  ASSERT_TRUE(WaitFor([&] { return channel.PartnerCount() == 2; }));
+  channel.SendLength(125000);
+  channel.SendNext();
+  channel.SendClose();  // no accepted command yet: not linked, no notice
+  ASSERT_TRUE(WaitFor([&] { return first.Lines().size() == 2 && second.Lines().size() == 2; }));
+  EXPECT_EQ(second.Lines(), (Lines{"PLENGTH 125000", "PNEXT"}));
+  first.Say("LSTOP\n");
+  ASSERT_TRUE(WaitFor([&] { return first.Lines().size() == 3; }));
+  channel.SendClose();
+  ASSERT_TRUE(WaitFor([&] { return first.Lines().size() == 4 && second.Lines().size() == 3; }));
+  EXPECT_EQ(first.Lines(), (Lines{"PLENGTH 125000", "PNEXT", "POK", "PCLOSE"}));
+  EXPECT_EQ(second.Lines().last(), "PCLOSE");
+}
+
+TEST_F(CommandChannelTest, BadInputIsRefusedAndThePlayerGoesOn) {
+  Partner partner(name);
+  static const char kBad[] = "LLOAD a\0b\nLLOAD \xC3\x28\nLSTOP\n";
+  partner.Say(QByteArray(kBad, sizeof kBad - 1));
+  ASSERT_TRUE(WaitFor([&] { return partner.Lines().size() == 1; }));
+  EXPECT_EQ(handler.calls, (std::vector<std::string>{"stop"}));
+  EXPECT_EQ(std::count(sink.lines.begin(), sink.lines.end(), "Err: command refused (not UTF-8 text)"), 2);
+
+  // A line that never ends costs a bounded buffer, then the connection.
+  Partner flood(name);
+  flood.Say(QByteArray(10 * kMaxCommandBytes, 'L'));
+  ASSERT_TRUE(WaitFor([&] { return flood.socket.state() == QLocalSocket::UnconnectedState; }));
+  EXPECT_EQ(sink.lines.back(), "Err: command partner dropped (line too long)");
+
+  // Many partners come and go at once; beyond the limit they are turned away.
+  std::vector<std::unique_ptr<Partner>> crowd;
+  for (int i = 0; i < 2 * kMaxPartners; ++i) crowd.push_back(std::make_unique<Partner>(name, false));
+  ASSERT_TRUE(WaitFor([&] { return channel.PartnerCount() == kMaxPartners; }));
+  crowd.clear();
+  ASSERT_TRUE(WaitFor([&] { return channel.PartnerCount() == 1; }));
+  partner.Say("LSTOP\n");
+  ASSERT_TRUE(WaitFor([&] { return partner.Lines().size() == 2; }));
+}
+
+TEST_F(CommandChannelTest, PartnerThatNeverReadsIsDropped) {
+  Partner deaf(name);
+  QByteArray commands;
+  for (int i = 0; i < 200000; ++i) commands += "LSTOP\n";
+  deaf.socket.write(commands);
+  const std::string dropped = "Err: command partner dropped (partner does not read)";
+  ASSERT_TRUE(WaitFor([&] { return !sink.lines.empty() && sink.lines.back() == dropped; }, 30000));
+  EXPECT_EQ(channel.PartnerCount(), 0);
+  Partner next(name);
+  next.Say("LSTOP\n");
+  ASSERT_TRUE(WaitFor([&] { return next.Lines().size() == 1; }));
+}
+
+TEST_F(CommandChannelTest, SendModePrintsTheReplies) {
+  std::ostringstream out;
+  std::ostringstream err;
+  auto sent = std::async(std::launch::async, [&] { return SendCommand(name, "LLOAD /a b.bms", out, err); });
+  ASSERT_TRUE(WaitFor([&] { return sent.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+  EXPECT_TRUE(sent.get());
+  EXPECT_EQ(out.str(), "POK\n");
+  EXPECT_EQ(handler.calls, (std::vector<std::string>{"load[/a b.bms]"}));
+
+  std::ostringstream none;
+  EXPECT_FALSE(SendCommand(UniqueName(), "LSTOP", none, err));
+  EXPECT_EQ(none.str(), "");
+  EXPECT_NE(err.str().find("no running vremo"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace vremo

@@ -1,0 +1,120 @@
+#include "shell/instance_lock.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QSysInfo>
+#include <cstring>
+
+#include "chart/bms_reader.h"
+#include "shell/command_channel.h"
+#include "tests/chart/chart_fixture.h"
+
+namespace vremo {
+namespace {
+
+using testing::TempFolder;
+
+class Received : public CommandHandler {
+ public:
+  void CommandLoad(const std::string&) override {}
+  void CommandStop() override {}
+  void CommandSeek(int32_t) override {}
+  void CommandQuit() override {}
+  void CommandPause() override {}
+  void CommandLineReceived(const std::string& line) override { lines.push_back(line); }
+  std::vector<std::string> lines;
+};
+
+bool WaitFor(const std::function<bool()>& done) {
+  QElapsedTimer timer;
+  timer.start();
+  while (!done() && timer.elapsed() < 10000) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+  return done();
+}
+
+QString TestName(const char* what) { return QStringLiteral("vremo-test-%1-%2").arg(::getpid()).arg(what); }
+
+// The process id of a process that has ended.
+pid_t DeadPid() {
+  const pid_t child = ::fork();
+  if (child == 0) ::_exit(0);
+  ::waitpid(child, nullptr, 0);
+  return child;
+}
+
+class InstanceTest : public ::testing::Test {
+ protected:
+  std::string HandOverFile() const { return (folder.path() / "temp.dat").string(); }
+  TempFolder folder;
+  Received handler;
+  MemoryLogSink sink;
+  DebugLog log{&sink};
+};
+
+TEST_F(InstanceTest, SecondStartHandsItsCommandLineToTheFirst) {
+  InstanceLock first(folder.path().string(), HandOverFile());
+  ASSERT_EQ(first.Acquire(), InstanceRole::kFirst);
+  CommandChannel channel(handler, log);
+  const QString name = TestName("handover");
+  ASSERT_TRUE(first.Publish(channel, name, log));
+  EXPECT_EQ(ReadFileBytes(HandOverFile()), name.toStdString() + "\r\n");
+
+  InstanceLock second(folder.path().string(), HandOverFile());
+  EXPECT_EQ(second.Acquire(), InstanceRole::kSecond);
+  EXPECT_TRUE(HandOver(HandOverFile(), "\"/m/my song.bms\" -p", log));
+  ASSERT_TRUE(WaitFor([&] { return handler.lines.size() == 1; }));
+  EXPECT_EQ(handler.lines[0], "\"/m/my song.bms\" -p");
+  // Nothing to hand over: the second start just ends.
+  EXPECT_FALSE(HandOver(HandOverFile(), "", log));
+}
+
+TEST_F(InstanceTest, LeftoversOfACrashedRunDoNotStopTheNextFirst) {
+  // A lock naming a process that is gone, and a socket file nobody serves.
+  const std::string lockPath = (folder.path() / ("vremo-" + std::to_string(::getuid()) + ".lock")).string();
+  folder.Write(lockPath.substr(folder.path().string().size() + 1),
+               std::to_string(DeadPid()) + "\nvremo\n" + QSysInfo::machineHostName().toStdString() + "\n");
+  const QString name = TestName("stale");
+  folder.Write("temp.dat", "nobody-listens-here\r\n");
+  EXPECT_FALSE(HandOver(HandOverFile(), "-s", log));  // stale temp.dat: nothing delivered
+
+  int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  const std::string stalePath = "/tmp/" + name.toStdString();
+  std::strncpy(address.sun_path, stalePath.c_str(), sizeof address.sun_path - 1);
+  ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  ::close(fd);  // the file stays, as after a crash
+
+  InstanceLock lock(folder.path().string(), HandOverFile());
+  ASSERT_EQ(lock.Acquire(), InstanceRole::kFirst);
+  CommandChannel channel(handler, log);
+  ASSERT_TRUE(lock.Publish(channel, name, log));
+  EXPECT_EQ(ReadHandOverFile(HandOverFile()), name.toStdString());
+  EXPECT_TRUE(HandOver(HandOverFile(), "-q", log));
+  ASSERT_TRUE(WaitFor([&] { return handler.lines.size() == 1; }));
+  EXPECT_EQ(handler.lines[0], "-q");
+}
+
+TEST_F(InstanceTest, MissingHandOverFileIsLogged) {
+  EXPECT_FALSE(HandOver(HandOverFile(), "a.bms", log));
+  EXPECT_EQ(sink.lines, (std::vector<std::string>{"Err[not exist] :temp.dat"}));
+  folder.Write("temp.dat", "");
+  EXPECT_FALSE(HandOver(HandOverFile(), "a.bms", log));
+  EXPECT_EQ(sink.lines.size(), 1u);
+}
+
+TEST(HandOverPollTest, CaptionCarriesTheCommandLine) {
+  EXPECT_EQ(HandOverPoll("ReceiveCommand: a.bms -p"), "a.bms -p");
+  EXPECT_EQ(HandOverPoll("ReceiveCommand: "), "");
+  EXPECT_FALSE(HandOverPoll("Vremo v0.26 release - Ready").has_value());
+  EXPECT_FALSE(HandOverPoll("ReceiveCommand:x").has_value());
+}
+
+}  // namespace
+}  // namespace vremo
