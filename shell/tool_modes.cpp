@@ -7,6 +7,7 @@
 #include "chart/chart_compiler.h"
 #include "chart/chart_dump.h"
 #include "shell/render_mode.h"
+#include "shell/send_mode.h"
 #include "shell/snapshot_mode.h"
 
 namespace vremo {
@@ -30,6 +31,8 @@ constexpr const char* kHelpText =
     "             [--option NAME=VALUE]... CHART\n"
     "                    play the chart automatically up to POSITION (192 a measure)\n"
     "                    and write that frame as PNG (default 640x480, default skin)\n"
+    "  --send TEXT       send one command line to the running player and print its\n"
+    "                    replies (exit status 1 when no player runs)\n"
     "  --help            this text\n"
     "  --version         the program's name and version\n"
     "\n"
@@ -89,6 +92,7 @@ std::optional<int> RunToolMode(const std::vector<std::string>& args, std::ostrea
     const auto request = ParseRenderArgs(std::vector<std::string>(args.begin() + 1, args.end()), err);
     return request ? RunRender(*request, out, err) : kExitUsage;
   }
+  if (mode == "--send") return RunSendMode(args, out, err);
   if (mode == "--snapshot") return RunSnapshotMode(std::vector<std::string>(args.begin() + 1, args.end()), out, err);
   if (mode == "--info" || mode == "--dump") {
     const std::vector<std::string> paths(args.begin() + 1, args.end());

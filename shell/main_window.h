@@ -1,0 +1,259 @@
+#pragma once
+// The main window `frmMain` of the desktop player: drawing area `picDraw`,
+// title strip `picTitle`, debug log `txtStatus`, the option switches and
+// lists, the transport buttons and the seek bar `hscSeek`. It owns the one
+// chart, the media layer, the sound bank, the play engine and the renderer,
+// and drives a play from the tick of `timPlay` (the load sequence), pumping
+// events between passes so that keys, buttons and commands act during play.
+//
+// The command side (command line, hand-over, command channel, play list)
+// calls the public methods below. Everything runs on the UI thread.
+
+#include <QMainWindow>
+#include <QSystemTrayIcon>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "chart/chart.h"
+#include "chart/debug_log.h"
+#include "display/audio_device.h"
+#include "display/frame_renderer.h"
+#include "display/layout.h"
+#include "display/media_layer.h"
+#include "display/sound_bank.h"
+#include "play/clock.h"
+#include "play/lane_keys.h"
+#include "play/play_engine.h"
+#include "play/play_host.h"
+#include "play/settings.h"
+
+class QAbstractButton;
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QPlainTextEdit;
+class QPushButton;
+class QRadioButton;
+class QScrollBar;
+class QStackedWidget;
+class QTimer;
+
+namespace vremo {
+
+class DrawArea;
+class TitleStrip;
+
+inline constexpr int kPlayTimerIntervalMs = 1;
+inline constexpr int kSeekLargeChange = 192;
+inline constexpr int kSizeUnitPixels = 256;
+
+class MainWindow : public QMainWindow, public PlayHost, public LogSink {
+  Q_OBJECT
+
+ public:
+  // `programFolder` holds vremo.ini, vrkeycnf.dat and the score log; empty
+  // for ProgramFolder().
+  explicit MainWindow(std::string programFolder = {});
+  ~MainWindow() override;
+
+  // The start-up steps after the window exists: show it, lay out the
+  // controls, open the display and the sound device, read the settings, lay
+  // out the restored size, load the key map.
+  void StartUp();
+
+  // --- For the command side.
+  // Puts the chart in timPlay's tag and enables it: the load sequence runs
+  // at the next tick (after the running play, if any, has returned).
+  void RequestPlay(const std::string& path);
+  // Enables timPlay for the chart already in its tag.
+  void EnablePlayTimer();
+  void RequestStop();
+  // A chart position (or, with byPosition false, a measure number).
+  void SeekTo(int32_t target, bool byPosition = true);
+  // Closes the window as the user would (after the running play stops).
+  void Quit();
+  void SetQuitAfterPlay(bool quit) { quitAfterPlay_ = quit; }
+  bool quitAfterPlay() const { return quitAfterPlay_; }
+  // What cmdFF / F4 and the end of a song call (the play list's next entry).
+  void SetNextSongHandler(std::function<void()> handler) { nextSong_ = std::move(handler); }
+  // What cmdRew / F1 call (the play list's previous entry).
+  void SetPreviousSongHandler(std::function<void()> handler) { previousSong_ = std::move(handler); }
+  // The partner program's notices: "PLENGTH " + length before a play,
+  // "PNEXT" after a song that ended by itself.
+  void SetLinkedPartner(std::function<void(std::string)> notify) { partner_ = std::move(notify); }
+  // True while a program is linked through the command channel.
+  void SetLinkedQuery(std::function<bool()> linked) { linked_ = std::move(linked); }
+  // Runs when the window closes, before the files are saved (the play list
+  // saves its own file, the channel tells its partner).
+  void SetShutdownHandler(std::function<void()> handler) { shutdown_ = std::move(handler); }
+  // Check the "WAV(&W)" / "BGA(&B)" switches (the -W and -B switches).
+  void CheckNoWav();
+  void CheckNoBga();
+  std::string Caption() const;
+  void SetCaptionText(const std::string& text);
+
+  DebugLog& log() { return log_; }
+  Settings& settings() { return settings_; }
+  const Chart& chart() const { return *chart_; }
+  PlayEngine& engine() { return *engine_; }
+  KeyMap& keyMap() { return keyMap_; }
+  const std::string& playTag() const { return playTag_; }
+  bool fullScreen() const { return media_->display().fullScreen; }
+  const std::string& programFolder() const { return programFolder_; }
+  // The latest hot-key status message.
+  const std::string& statusMessage() const { return lastStatusMessage_; }
+
+  // --- PlayHost.
+  void ProcessMessages() override;
+  void Sleep(int32_t ms) override;
+  void ShowSongInfo(std::string_view text) override;
+  void SetSeekBarByProgram(int16_t position) override;
+  void StartPlayTimer() override;
+  void KillPlayTimer() override;
+  void PlayControlsEnabled() override;
+  void RecordingEnded() override;
+
+  // --- LogSink (txtStatus).
+  void AppendLine(std::string_view line) override;
+  void ReplaceText(std::string_view text) override;
+  void CaptionChanged(std::string_view caption, std::string_view text) override;
+
+  // The display-mode switch (Alt+Enter, double click, a layout's FUL line).
+  void SetScreenMode(bool full);
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
+  void changeEvent(QEvent* event) override;
+
+ private:
+  struct OptionBinding {
+    QWidget* control;
+    std::string key;  // "Section.Key" of the settings table
+  };
+
+  // main_window.cpp: controls and bindings.
+  void PreperForm();
+  QWidget* MakeOptionsPanel();
+  QWidget* MakeTransportBar();
+  QCheckBox* OptionCheck(const QString& caption, const std::string& key, const QString& tip);
+  QComboBox* OptionList(const QString& name, const std::string& key, const QStringList& items, const QString& tip);
+  // Every option control reports here: the setting takes the control's value
+  // (unless settings are being applied), then the control's own action runs.
+  void BindOption(QWidget* control, const std::string& key, std::function<void()> action = {});
+  void ApplySettingsToControls();
+  void ReadControlsIntoSettings();
+  void FillRectList();
+  std::string RectPath(const std::string& name) const;
+  void ShutDown();
+
+  // main_window_play.cpp: the load sequence, transport and seeking.
+  void timPlay_Timer();
+  void cmdPlay_Click();
+  void cmdStop_Click();
+  void cmdReload_Click();
+  void cmdOpen_Click();
+  void hscSeek_Change(int value);
+  void cmbFreq_Change();
+  void chkUserPlay_Click();
+  void chkUserRecord_Click();
+  void DrawIdleFrame();
+  void SetPlayButtonIcon(bool playing);
+  void picDraw_Pressed(int x, int y);
+  void picDraw_Dragged(int x, int y);
+  void picDraw_Released(int x, int y);
+
+  // main_window_keys.cpp: hot keys and lane keys.
+  bool Form_KeyDown(int32_t keyCode, Qt::KeyboardModifiers modifiers);
+  bool Form_KeyUp(int32_t keyCode);
+  void StepList(QComboBox* list, int step, const QString& label);
+  void ToggleCheck(QCheckBox* check, const QString& label);
+  void ShowStatusMessage(const QString& text);
+  void CycleSelSet(int step);
+
+  // main_window_display.cpp: sizes, resizing, tray.
+  void DispResizeNow();
+  void cmbSize_Change();
+  void LoadLayout();
+  void ModifyIcon(const QString& text);
+  void MakeTrayIcon();
+
+  std::string programFolder_;
+  DebugLog log_;
+  Settings settings_;
+  std::unique_ptr<Chart> chart_;
+  AudioDevice audio_;
+  MixerSoundBank sounds_{audio_};
+  std::unique_ptr<MediaLayer> media_;
+  Layout layout_;
+  std::unique_ptr<LayoutContext> layoutContext_;
+  SteadyClock clock_;
+  std::unique_ptr<PlayEngine> engine_;
+  std::unique_ptr<FrameRenderer> renderer_;
+  KeyMap keyMap_ = DefaultKeyMap();
+  std::unique_ptr<LaneKeyInput> laneKeys_;
+
+  std::string playTag_;
+  std::string lastStatusMessage_;
+  bool quitAfterPlay_ = false;
+  bool applyingSettings_ = false;
+  bool lockControls_ = false;
+  bool seekSetByProgram_ = false;
+  bool inPlaySequence_ = false;
+  bool closePending_ = false;
+  bool shutDownDone_ = false;
+  bool minimised_ = false;
+  double lastMouseY_ = 0.0;
+  QRect savedPlacement_;
+  bool savedAutoHide_ = false;
+  bool savedWSize_ = false;
+  std::function<void()> nextSong_;
+  std::function<void()> previousSong_;
+  std::function<void(std::string)> partner_;
+  std::function<bool()> linked_;
+  std::function<void()> shutdown_;
+  std::vector<OptionBinding> bindings_;
+
+  // Controls, by the names the program gives them.
+  DrawArea* picDraw = nullptr;
+  TitleStrip* picTitle = nullptr;
+  QPlainTextEdit* txtStatus = nullptr;
+  QLabel* lblCap = nullptr;
+  QLabel* lblInfo = nullptr;
+  QComboBox* cmbHispeed = nullptr;
+  QComboBox* cmbFreq = nullptr;
+  QComboBox* cmbSleep = nullptr;
+  QComboBox* cmbRect = nullptr;
+  QComboBox* cmbSize = nullptr;
+  QCheckBox* chkUserPlay = nullptr;
+  QCheckBox* chkUserRecord = nullptr;
+  QCheckBox* chkDEMO = nullptr;
+  QCheckBox* chkTitle = nullptr;
+  QCheckBox* chkAutoHide = nullptr;
+  std::vector<QCheckBox*> chkSet;
+  std::vector<QCheckBox*> chkUPSet;
+  std::vector<QRadioButton*> optSelSet;
+  std::vector<QRadioButton*> optWSize;
+  QStackedWidget* optionPages = nullptr;
+  QPushButton* cmdPlay = nullptr;
+  QPushButton* cmdStop = nullptr;
+  QPushButton* cmdFF = nullptr;
+  QPushButton* cmdRew = nullptr;
+  QPushButton* cmdReload = nullptr;
+  QPushButton* cmdOpen = nullptr;
+  QPushButton* cmdRecSave = nullptr;
+  QPushButton* cmdRecLoad = nullptr;
+  QPushButton* cmdKeyConf = nullptr;
+  QPushButton* cmdDDInit = nullptr;
+  QPushButton* cmdDDRelease = nullptr;
+  QScrollBar* hscSeek = nullptr;
+  QTimer* timPlay = nullptr;
+  QTimer* playTimer_ = nullptr;
+  QSystemTrayIcon* tray_ = nullptr;
+};
+
+}  // namespace vremo

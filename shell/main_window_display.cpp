@@ -1,0 +1,121 @@
+// MainWindow: full screen and back, the size list, DispResize, the layout
+// file, minimising, dropped files and the tray icon.
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDragEnterEvent>
+#include <QLabel>
+#include <QMimeData>
+#include <QRadioButton>
+#include <QScreen>
+#include <QStyle>
+#include <QWindowStateChangeEvent>
+#include <filesystem>
+
+#include "chart/chart_text.h"
+#include "chart/numbers.h"
+#include "display/display_size.h"
+#include "shell/draw_area.h"
+#include "shell/main_window.h"
+
+namespace vremo {
+namespace {
+
+bool IsChartFile(const QString& path) {
+  const QString lower = path.toLower();
+  return lower.endsWith(".bms") || lower.endsWith(".bme") || lower.endsWith(".bml");
+}
+
+}  // namespace
+
+void MainWindow::SetScreenMode(bool full) {
+  if (full == fullScreen()) return;
+  layout_.loading = true;
+  const bool hadPictures = media_->pictures().AnyLoaded();
+  if (full) {
+    savedPlacement_ = geometry();
+    savedAutoHide_ = chkAutoHide->isChecked();
+    savedWSize_ = optWSize[1]->isChecked();
+    chkAutoHide->setChecked(true);
+    optWSize[1]->setChecked(true);
+    media_->ReleaseSurfaces();
+    media_->SetFullScreenSize();
+    showFullScreen();
+  } else {
+    media_->display().fullScreen = false;
+    media_->ReleaseSurfaces();
+    showNormal();
+    setGeometry(savedPlacement_);
+    chkAutoHide->setChecked(savedAutoHide_);
+    optWSize[savedWSize_ ? 1 : 0]->setChecked(true);
+  }
+  layout_.loading = false;
+  media_->InitDirectDraw();
+  DispResizeNow();
+  // Pictures belong to the old surfaces: load the chart again.
+  if (hadPictures) cmdReload_Click();
+}
+
+void MainWindow::DispResizeNow() {
+  if (media_ == nullptr || layout_.loading || minimised_) return;
+  const qreal ratio = picDraw->devicePixelRatioF();
+  const std::string caption = DispResize(picDraw->width() * ratio, picDraw->height() * ratio, layout_, *layoutContext_);
+  if (!caption.empty()) lblCap->setText(QString::fromStdString(caption));
+  renderer_->RequestBgaRefresh();
+  if (!engine_->state().running) DrawIdleFrame();
+}
+
+void MainWindow::cmbSize_Change() {
+  const auto factor = ParseNumber(FromUtf8(cmbSize->currentText().toStdString()));
+  if (!factor) return;
+  const auto size = RoundToInt32(kSizeUnitPixels * *factor);
+  if (!size || *size == 0 || fullScreen()) return;
+  resize(width() + (*size - picDraw->width()), height() + (*size - picDraw->height()));
+}
+
+void MainWindow::LoadLayout() {
+  if (media_ == nullptr || !media_->DirectDrawExists()) return;
+  LoadRect(RectPath(settings_.rect), layout_, *layoutContext_);
+  renderer_->RequestBgaRefresh();
+}
+
+void MainWindow::changeEvent(QEvent* event) {
+  QMainWindow::changeEvent(event);
+  if (event->type() != QEvent::WindowStateChange) return;
+  // Nothing is seen while minimised: the play loop skips drawing.
+  minimised_ = isMinimized();
+  engine_->state().skipDrawing = minimised_;
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+  if (event->mimeData()->hasUrls()) event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+  for (const QUrl& url : event->mimeData()->urls()) {
+    const QString path = url.toLocalFile();
+    if (!IsChartFile(path)) continue;
+    event->acceptProposedAction();
+    engine_->RequestStop();
+    RequestPlay(path.toStdString());
+    return;
+  }
+}
+
+void MainWindow::MakeTrayIcon() {
+  if (!QSystemTrayIcon::isSystemTrayAvailable()) return;
+  tray_ = new QSystemTrayIcon(style()->standardIcon(QStyle::SP_MediaPlay), this);
+  tray_->setToolTip(windowTitle());
+  connect(tray_, &QSystemTrayIcon::activated, this, [this] {
+    showNormal();
+    raise();
+    activateWindow();
+  });
+  tray_->show();
+}
+
+void MainWindow::ModifyIcon(const QString& text) {
+  if (tray_ != nullptr) tray_->setToolTip(text);
+}
+
+}  // namespace vremo

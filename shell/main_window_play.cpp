@@ -1,0 +1,255 @@
+// MainWindow: the load sequence in timPlay's tick, the transport buttons,
+// seeking by bar and by dragging, and the PlayHost side of a running play.
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QStyle>
+#include <QTimer>
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <thread>
+
+#include "chart/bms_reader.h"
+#include "chart/chart_compiler.h"
+#include "chart/chart_text.h"
+#include "chart/numbers.h"
+#include "shell/draw_area.h"
+#include "shell/main_window.h"
+#include "shell/title_strip.h"
+
+namespace vremo {
+
+void MainWindow::RequestPlay(const std::string& path) {
+  playTag_ = path;
+  timPlay->start();
+}
+
+void MainWindow::EnablePlayTimer() { timPlay->start(); }
+
+void MainWindow::RequestStop() { engine_->RequestStop(); }
+
+void MainWindow::SeekTo(int32_t target, bool byPosition) {
+  engine_->SetPlayPosition(target, byPosition);
+  if (!engine_->Playing()) DrawIdleFrame();
+}
+
+void MainWindow::timPlay_Timer() {
+  timPlay->stop();
+  timPlay->setInterval(kPlayTimerIntervalMs);
+  if (inPlaySequence_) return;  // a request during play waits for its end
+  if (!lockControls_) {
+    SetPlayButtonIcon(true);
+    for (QPushButton* button : {cmdPlay, cmdStop, cmdFF, cmdRew, cmdReload}) button->setEnabled(true);
+  }
+  if (playTag_ != chart_->path) {
+    picTitle->ShowSongMessage("Now Loading...");
+    media_->PrepareSurfaces();
+    sounds_.ReleaseSounds();
+    LoadContext context{log_, *media_, {settings_.noWav, settings_.noBga, settings_.realHiSpeed}, [this] {
+                          layoutContext_->sides = SideSwitchesOf(*chart_);
+                          LoadLayout();
+                        }};
+    if (LoadChart(playTag_, *chart_, context) != kLoadOk) {
+      log_.PutLog("BMS load error");
+      SetPlayButtonIcon(false);
+      for (QPushButton* button : {cmdPlay, cmdStop, cmdReload}) button->setEnabled(false);
+      return;
+    }
+    picTitle->ShowSongInfo(*chart_);
+    seekSetByProgram_ = true;
+    // The bar is 16-bit: long charts wrap to a negative maximum.
+    const auto maximum = static_cast<int16_t>(static_cast<uint16_t>(chart_->LastY() & 0xFFFF));
+    hscSeek->setRange(std::min<int>(0, maximum), maximum);
+    hscSeek->setValue(0);
+    hscSeek->setPageStep(kSeekLargeChange);
+    seekSetByProgram_ = false;
+    for (const std::string& line : SongInfoLines(*chart_)) log_.PutLog(line);
+  }
+  if (partner_) partner_("PLENGTH " + std::to_string(chart_->lengthMs));
+  renderer_->RequestBgaRefresh();
+  int32_t start = hscSeek->value();
+  engine_->SetPlayPosition(start, true);
+  for (QWidget* control : std::initializer_list<QWidget*>{chkUserRecord, cmdRecSave, cmdRecLoad}) {
+    control->setEnabled(false);
+  }
+  inPlaySequence_ = true;
+  picDraw->setFocus();
+  engine_->StartPlay();
+  while (engine_->PlayPass()) {
+  }
+  inPlaySequence_ = false;
+  SetSeekBarByProgram(0);
+  SetPlayButtonIcon(false);
+  if (closePending_) {
+    close();
+    return;
+  }
+  if (!engine_->state().stopRequested) {
+    if (quitAfterPlay_) {
+      close();
+      return;
+    }
+    // A linked program decides what comes next; otherwise the play list.
+    if (linked_ && linked_()) {
+      if (partner_) partner_("PNEXT");
+    } else if (nextSong_) {
+      nextSong_();
+    }
+  }
+}
+
+void MainWindow::SetPlayButtonIcon(bool playing) {
+  cmdPlay->setIcon(style()->standardIcon(playing ? QStyle::SP_MediaPlay : QStyle::SP_MediaPause));
+}
+
+void MainWindow::cmdPlay_Click() {
+  picDraw->setFocus();
+  if (engine_->state().running) return;
+  int32_t start = hscSeek->value();
+  engine_->SetPlayPosition(start, true);
+  timPlay->start();
+}
+
+void MainWindow::cmdStop_Click() {
+  engine_->RequestStop();
+  SetPlayButtonIcon(false);
+}
+
+void MainWindow::cmdReload_Click() {
+  // Forgetting the loaded path makes the next tick load the file again.
+  engine_->RequestStop();
+  chart_->path.clear();
+  timPlay->start();
+}
+
+void MainWindow::cmdOpen_Click() {
+  const QString path = QFileDialog::getOpenFileName(this, tr("Open a chart"), QString::fromStdString(chart_->directory),
+                                                    tr("BMS charts (*.bms *.bme *.bml);;All files (*)"));
+  if (path.isEmpty()) return;
+  engine_->RequestStop();
+  RequestPlay(path.toStdString());
+}
+
+void MainWindow::hscSeek_Change(int value) {
+  if (seekSetByProgram_) return;
+  int32_t target = value;
+  engine_->SetPlayPosition(target, true);
+  DrawIdleFrame();
+}
+
+void MainWindow::DrawIdleFrame() {
+  if (minimised_ || media_->back() == nullptr) return;
+  renderer_->DrawFrame(engine_->state().nextObject);
+}
+
+void MainWindow::cmbFreq_Change() {
+  const auto factor = ParseNumber(FromUtf8(cmbFreq->currentText().toStdString()));
+  if (!factor || *factor == 0.0) return;
+  PlayState& state = engine_->state();
+  const double tempo = static_cast<double>(chart_->bpm) * *factor;
+  if (state.running) {
+    if (auto offset = RoundToInt32(state.positionOffset - (tempo - state.scaledTempo) / 1250.0 * state.elapsed)) {
+      state.positionOffset = *offset;
+    }
+    state.scaledTempo = static_cast<float>(tempo);
+    state.rate = static_cast<float>(tempo / 1250.0);
+    state.scrollFactor = static_cast<float>(tempo / 240.0 * 192.0);
+  }
+  settings_.realHiSpeed = static_cast<float>(*factor);
+  for (int slot = 0; slot < kMediaSlots; ++slot) {
+    if (!sounds_.HasSound(slot)) continue;
+    if (auto rate = RoundToInt32(sounds_.BaseFrequency(slot) * *factor)) sounds_.SetFrequency(slot, *rate);
+  }
+}
+
+void MainWindow::chkUserPlay_Click() {
+  if (engine_->state().running) picDraw->setFocus();
+  // The player's own presses replace the automatic key sounds.
+  chkSet[5]->setChecked(!settings_.userPlay);
+  chkSet[6]->setChecked(false);
+  if (settings_.userPlay) picDraw->setFocus();
+}
+
+void MainWindow::chkUserRecord_Click() {
+  const bool on = chkUserRecord->isChecked();
+  if (on) {
+    chkUserPlay->setChecked(true);
+    chkSet[6]->setChecked(false);
+    chkSet[7]->setChecked(false);
+  }
+  for (QWidget* control : std::initializer_list<QWidget*>{chkSet[6], chkSet[7], cmdRecLoad, cmdRecSave, chkUserPlay}) {
+    control->setEnabled(!on);
+  }
+  chkSet[5]->setChecked(false);
+}
+
+// --- Dragging the play field.
+
+void MainWindow::picDraw_Pressed(int x, int y) {
+  if (settings_.polMode) {
+    const int slot = (y / kOverviewCellPixels) * kOverviewColumns + x / kOverviewCellPixels;
+    if (slot >= 0 && slot < kMediaSlots && sounds_.HasSound(slot)) sounds_.Restart(slot, 0.0);
+    return;
+  }
+  PlayState& state = engine_->state();
+  state.dragging = true;
+  lastMouseY_ = y;
+  if (auto value = RoundToInt16(state.currentPosition)) SetSeekBarByProgram(*value);
+}
+
+void MainWindow::picDraw_Dragged(int, int y) {
+  PlayState& state = engine_->state();
+  if (!state.dragging || settings_.hiSpeed == 0.0f) return;
+  const double last = chart_->LastY();
+  state.currentPosition = std::clamp(state.currentPosition + (y - lastMouseY_) / settings_.hiSpeed, 0.0, last);
+  lastMouseY_ = y;
+  if (auto value = RoundToInt16(state.currentPosition)) hscSeek->setValue(*value);
+}
+
+void MainWindow::picDraw_Released(int, int) {
+  PlayState& state = engine_->state();
+  if (!state.dragging) return;
+  state.dragging = false;
+  int32_t target = hscSeek->value();
+  engine_->SetPlayPosition(target, true);
+}
+
+// --- PlayHost.
+
+void MainWindow::ProcessMessages() { QCoreApplication::processEvents(QEventLoop::AllEvents); }
+
+void MainWindow::Sleep(int32_t ms) {
+  if (ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}
+
+void MainWindow::ShowSongInfo(std::string_view text) {
+  lblInfo->setText(QString::fromUtf8(text.data(), static_cast<int>(text.size())));
+}
+
+void MainWindow::SetSeekBarByProgram(int16_t position) {
+  seekSetByProgram_ = true;
+  hscSeek->setValue(position);
+  seekSetByProgram_ = false;
+}
+
+void MainWindow::StartPlayTimer() { playTimer_->start(); }
+
+void MainWindow::KillPlayTimer() { playTimer_->stop(); }
+
+void MainWindow::PlayControlsEnabled() {
+  for (QWidget* control : std::initializer_list<QWidget*>{chkUserRecord, cmdRecSave, cmdRecLoad}) {
+    control->setEnabled(true);
+  }
+}
+
+void MainWindow::RecordingEnded() {
+  chkUserRecord->setChecked(false);
+  chkUserRecord_Click();
+}
+
+}  // namespace vremo

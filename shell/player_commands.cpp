@@ -1,0 +1,85 @@
+// The command side wired to the main window.
+#include "shell/player_commands.h"
+
+#include <QApplication>
+#include <QMessageBox>
+
+#include "shell/main_window.h"
+
+namespace vremo {
+
+PlayerCommands::PlayerCommands(MainWindow& window, std::string programFolder)
+    : window_(window),
+      programFolder_(std::move(programFolder)),
+      list_(*this, window.log()),
+      channel_(*this, window.log(), this) {
+  window_.SetNextSongHandler([this] { list_.ListNext(); });
+  window_.SetPreviousSongHandler([this] { list_.ListPrev(); });
+  window_.SetLinkedQuery([this] { return channel_.DdeLinked(); });
+  window_.SetLinkedPartner([this](const std::string& notice) {
+    static constexpr std::string_view kLength = "PLENGTH ";
+    if (notice.rfind(kLength, 0) == 0) {
+      channel_.SendLength(static_cast<int32_t>(std::strtol(notice.c_str() + kLength.size(), nullptr, 10)));
+    } else if (notice == "PNEXT") {
+      channel_.SendNext();
+    }
+  });
+  window_.SetShutdownHandler([this] { ShutDown(); });
+  timMoved_.setInterval(kHandOverPollMs);
+  connect(&timMoved_, &QTimer::timeout, this, [this] { timMoved_Timer(); });
+}
+
+PlayerCommands::~PlayerCommands() = default;
+
+void PlayerCommands::Start(InstanceLock& lock, const std::string& commandLine) {
+  list_.LoadDefault(programFolder_);
+  lock.Publish(channel_, ChannelName(), window_.log());
+  timMoved_.start();
+  if (!commandLine.empty()) RunCommandLine(commandLine, *this);
+}
+
+void PlayerCommands::ShutDown() {
+  timMoved_.stop();
+  channel_.SendClose();
+  list_.SaveDefault(programFolder_);
+}
+
+void PlayerCommands::timMoved_Timer() {
+  if (auto line = HandOverPoll(window_.Caption())) {
+    window_.RequestStop();
+    RunCommandLine(*line, *this);
+  }
+}
+
+void PlayerCommands::EnablePlayTimer() { window_.EnablePlayTimer(); }
+void PlayerCommands::RequestStop() { window_.RequestStop(); }
+void PlayerCommands::CheckBga() { window_.CheckNoBga(); }
+void PlayerCommands::CheckWav() { window_.CheckNoWav(); }
+void PlayerCommands::SetQuitAfterPlay() { window_.SetQuitAfterPlay(true); }
+void PlayerCommands::ListLoad(const std::string& path) { list_.ListLoad(path, false); }
+void PlayerCommands::ListClear() { list_.ListClear(); }
+void PlayerCommands::ListAdd(const std::string& path) { list_.ListAdd(path); }
+void PlayerCommands::ListPlay(int32_t index) { list_.ListPlay(index); }
+
+void PlayerCommands::CommandLoad(const std::string& path) {
+  window_.RequestStop();
+  window_.RequestPlay(path);
+}
+void PlayerCommands::CommandStop() { window_.RequestStop(); }
+void PlayerCommands::CommandSeek(int32_t position) { window_.SeekTo(position); }
+void PlayerCommands::CommandQuit() { window_.Quit(); }
+void PlayerCommands::CommandPause() { window_.SetCaptionText(std::string(kPauseCaption)); }
+void PlayerCommands::CommandLineReceived(const std::string& line) {
+  window_.SetCaptionText(std::string(kHandOverPrefix) + line);
+}
+
+void PlayerCommands::PlayChart(const std::string& path) { window_.RequestPlay(path); }
+
+void PlayerCommands::ShowMessage(const std::string& text, const std::string& title) {
+  window_.log().PutLog(text);
+  // With no screen to show it on, the log line is all there is.
+  if (QApplication::platformName() == "offscreen") return;
+  QMessageBox::critical(&window_, QString::fromStdString(title), QString::fromStdString(text));
+}
+
+}  // namespace vremo

@@ -1,0 +1,72 @@
+// ReadSettings / WriteSettings over ProfileText.
+#include "shell/settings_file.h"
+
+#include <array>
+
+#include "shell/profile_file.h"
+
+namespace vremo {
+namespace {
+
+// The order of the writes; the reads follow SettingsKeys().
+constexpr std::array<std::string_view, 40> kWriteOrder = {
+    "MainForm.Left",        "MainForm.Top",         "MainForm.Width",       "MainForm.Height",
+    "MainForm.WindowState", "PlayList.Left",        "PlayList.Top",         "PlayList.Width",
+    "PlayList.Height",      "PlayList.WindowState", "Setting.TitleDisplay", "Setting.Sleep",
+    "Setting.NoBGA",        "Setting.NoWAV",        "Setting.ShowObj",      "Setting.ShowBGA",
+    "Setting.PlaySound",    "Setting.PlayKeySound", "Setting.UserPlay",     "Setting.UserRec",
+    "Setting.ShowRec",      "Setting.PlayRec",      "Setting.DEMOMode",     "Setting.ShowVLine",
+    "Setting.ShowGlid",     "Setting.HiSpeed",      "Setting.RealHiSpeed",  "Setting.PolMode",
+    "Setting.Rect",         "Setting.ShowGauge",    "NoteSetting.Hidden",   "NoteSetting.Sudden",
+    "NoteSetting.Stealth",  "NoteSetting.Reverse",  "NoteSetting.Accel",    "NoteSetting.Nazo",
+    "Setting.DontStretch",  "Setting.DontWait",     "Setting.WndMode",      "Setting.WndAutoHide",
+};
+
+std::string_view ReadDefaultOf(const SettingsKey& key) {
+  if (key.section != "Setting") return {};
+  if (key.key == "Rect") return kDefaultRectFile;
+  if (key.key == "DontStretch") return kDontStretchReadDefault;
+  if (key.key == "DontWait") return kDontWaitReadDefault;
+  if (key.key == "WndMode") return kWndModeReadDefault;
+  if (key.key == "WndAutoHide") return kWndAutoHideReadDefault;
+  return {};
+}
+
+}  // namespace
+
+Settings UnsetSettings() {
+  Settings settings;
+  for (const SettingsKey& key : SettingsKeys()) {
+    const OptionField field = key.field(settings);
+    std::visit([](auto* target) { *target = {}; }, field);
+  }
+  return settings;
+}
+
+bool ReadSettings(const std::string& path, Settings& settings, DebugLog& log) {
+  if (!log.CheckExist(path)) {
+    settings = Settings{};
+    return false;
+  }
+  const ProfileText file = ProfileText::Load(path);
+  for (const SettingsKey& key : SettingsKeys()) {
+    const std::string value = file.Get(key.section, key.key, ReadDefaultOf(key));
+    // An empty text converts to nothing and so keeps the field, except for
+    // the one text key.
+    SetOption(settings, std::string(key.section) + "." + std::string(key.key), value);
+  }
+  return true;
+}
+
+bool WriteSettings(const std::string& path, const Settings& settings) {
+  ProfileText file = ProfileText::Load(path);
+  for (std::string_view name : kWriteOrder) {
+    const SettingsKey* key = FindSettingsKey(name);
+    if (key == nullptr) continue;
+    if (name == "Setting.WndMode" && settings.wndMode != 0 && settings.wndMode != 1) continue;
+    file.Set(key->section, key->key, OptionText(settings, *key));
+  }
+  return file.Save(path);
+}
+
+}  // namespace vremo

@@ -1,0 +1,275 @@
+#include "shell/main_window.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <functional>
+
+#include "chart/bms_reader.h"
+#include "shell/title_strip.h"
+#include "tests/chart/chart_fixture.h"
+
+namespace vremo {
+namespace {
+
+using testing::Crlf;
+using testing::TempFolder;
+
+constexpr int kWaitLimitMs = 20000;
+
+QApplication& App() {
+  static int argc = 1;
+  static char name[] = "shell_window_tests";
+  static char* argv[] = {name, nullptr};
+  static QApplication* app = new QApplication(argc, argv);
+  return *app;
+}
+
+// Runs the event loop until `done` holds (or a generous limit passes, which
+// the caller's assertions then report).
+bool WaitFor(const std::function<bool()>& done) {
+  QElapsedTimer timer;
+  timer.start();
+  while (!done() && timer.elapsed() < kWaitLimitMs) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+  return done();
+}
+
+class MainWindowTest : public ::testing::Test {
+ protected:
+  MainWindowTest() {
+    App();
+    window = std::make_unique<MainWindow>(folder.path().string());
+    window->StartUp();
+  }
+
+  template <typename T>
+  T* Find(const char* name) {
+    T* control = window->findChild<T*>(name);
+    EXPECT_NE(control, nullptr) << name;
+    return control;
+  }
+  QString Log() { return Find<QPlainTextEdit>("txtStatus")->toPlainText(); }
+  int LogCount(const QString& line) { return Log().count(line); }
+  void Key(int key, Qt::KeyboardModifiers mods = Qt::NoModifier) { QTest::keyPress(window.get(), Qt::Key(key), mods); }
+  void KeyUp(int key) { QTest::keyRelease(window.get(), Qt::Key(key)); }
+  int32_t IndexOfNote(int channel, int nth) {
+    const Chart& chart = window->chart();
+    for (int32_t i = 0; i < chart.objectCount; ++i) {
+      if (chart.objects[i].channel == channel && nth-- == 0) return i;
+    }
+    return -1;
+  }
+
+  TempFolder folder;
+  std::unique_ptr<MainWindow> window;
+};
+
+TEST_F(MainWindowTest, LaneKeysJudgeOncePerLanePress) {
+  // Two notes of lane 11, at measures 1 and 2, slow enough to reach by seeking.
+  const std::string chart =
+      folder.Write("lane.bms", Crlf({"#PLAYER 1", "#TITLE lanes", "#BPM 60", "#00111:01", "#00211:01", "#00411:01"}));
+  window->keyMap()['A'] = 11;
+  Find<QCheckBox>("chkUserPlay")->click();
+  ASSERT_TRUE(window->settings().userPlay);
+  EXPECT_FALSE(window->settings().playKeySound);
+
+  const PlayerScore& score = window->engine().scores().players[0];
+  const PlayState& state = window->engine().state();
+  int32_t first = -1;
+  int32_t second = -1;
+  int judgedAfterFirst = -1;
+  bool secondPendingWhileHeld = false;
+  bool secondJudged = false;
+  int judgedAfterRepeat = -1;
+  auto judged = [&] { return score.fGreat + score.great + score.good + score.bad + score.poor; };
+  std::function<void()> during = [&] {
+    // Runs inside the play loop's event pumping once the play has started.
+    if (!state.running) {
+      QTimer::singleShot(5, during);
+      return;
+    }
+    first = IndexOfNote(11, 0);
+    second = IndexOfNote(11, 1);
+    window->SeekTo(188);
+    WaitFor([&] { return state.lanePendingNote[0] == first; });
+    Key(Qt::Key_Z);
+    judgedAfterFirst = judged();
+    // Auto-repeat of the held key does nothing more.
+    QTest::keyPress(window.get(), Qt::Key_Z);
+    QTest::sendKeyEvent(QTest::KeyAction::Press, window.get(), Qt::Key_Z, "z", Qt::NoModifier);
+    judgedAfterRepeat = judged();
+    window->SeekTo(380);
+    WaitFor([&] { return state.lanePendingNote[0] == second; });
+    Key(Qt::Key_A);  // a second key of the held lane
+    secondPendingWhileHeld = state.lanePendingNote[0] == second && window->chart().objects[second].done == 0;
+    KeyUp(Qt::Key_Z);
+    KeyUp(Qt::Key_A);
+    Key(Qt::Key_A);
+    secondJudged = window->chart().objects[second].done != 0;
+    KeyUp(Qt::Key_A);
+    window->RequestStop();
+  };
+  QTimer::singleShot(0, during);
+  window->RequestPlay(chart);
+  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
+  ASSERT_GE(first, 0);
+  EXPECT_EQ(judgedAfterFirst, 1);
+  EXPECT_EQ(judgedAfterRepeat, 1);
+  EXPECT_NE(window->chart().objects[first].done, 0);
+  EXPECT_TRUE(secondPendingWhileHeld);
+  EXPECT_TRUE(secondJudged);
+  EXPECT_EQ(judged(), 2);
+  EXPECT_EQ(score.poor, 0);
+}
+
+TEST_F(MainWindowTest, DigitHotKeysStepTheRightList) {
+  auto* hispeed = Find<QComboBox>("cmbHispeed");
+  auto* freq = Find<QComboBox>("cmbFreq");
+  auto* sleep = Find<QComboBox>("cmbSleep");
+  // A fresh install: HiSpeed 1, speed 1, Sleep 5.
+  EXPECT_EQ(hispeed->currentText(), "1");
+  EXPECT_EQ(sleep->currentText(), "5");
+
+  Key(Qt::Key_4);
+  EXPECT_EQ(window->statusMessage(), "HiSpeed: 1 (1:Down/2:Up)");
+  Key(Qt::Key_2);
+  EXPECT_EQ(hispeed->currentText(), "1.25");
+  EXPECT_FLOAT_EQ(window->settings().hiSpeed, 1.25f);
+  EXPECT_EQ(window->statusMessage(), "HiSpeed: 1.25 (1:Down/2:Up)");
+  KeyUp(Qt::Key_4);
+
+  Key(Qt::Key_3);
+  EXPECT_EQ(window->statusMessage(), "Real HiSpeed: 1 (1:Down/2:Up)");
+  Key(Qt::Key_1);
+  EXPECT_EQ(freq->currentText(), "0.9");
+  EXPECT_FLOAT_EQ(window->settings().realHiSpeed, 0.9f);
+  EXPECT_EQ(window->statusMessage(), "Real HiSpeed: 0.9 (1:Down/2:Up)");
+  KeyUp(Qt::Key_3);
+
+  Key(Qt::Key_1);
+  EXPECT_EQ(sleep->currentText(), "4");
+  EXPECT_EQ(window->settings().sleepMs, 4);
+  EXPECT_EQ(window->statusMessage(), "Sleep: 4 (1:Down/2:Up)");
+  EXPECT_EQ(hispeed->currentText(), "1.25");
+  EXPECT_EQ(freq->currentText(), "0.9");
+
+  // At the first entry "1" changes nothing and shows nothing new.
+  sleep->setCurrentIndex(0);
+  Key(Qt::Key_5);
+  Key(Qt::Key_1);
+  EXPECT_EQ(sleep->currentText(), "0");
+  EXPECT_EQ(window->statusMessage(), "BGA: Off");
+  EXPECT_FALSE(window->settings().showBga);
+  Key(Qt::Key_6);
+  EXPECT_EQ(window->statusMessage(), "BG-VLine: On");
+  EXPECT_TRUE(window->settings().showVLine);
+}
+
+TEST_F(MainWindowTest, F7AndF8SwitchUserPlayAndDemo) {
+  Key(Qt::Key_F7);
+  EXPECT_TRUE(window->settings().userPlay);
+  EXPECT_EQ(window->statusMessage(), "UserPlay: On");
+  Key(Qt::Key_F7);
+  EXPECT_FALSE(window->settings().userPlay);
+  EXPECT_EQ(window->statusMessage(), "UserPlay: Off");
+  Key(Qt::Key_F8);
+  EXPECT_TRUE(window->settings().demoMode);
+  EXPECT_EQ(window->statusMessage(), "DEMO: On");
+  // While recording, F7 may not touch the user-play switch.
+  Find<QCheckBox>("chkUserRecord")->click();
+  EXPECT_TRUE(window->settings().userPlay);
+  Key(Qt::Key_F7);
+  EXPECT_TRUE(window->settings().userPlay);
+  EXPECT_EQ(window->statusMessage(), "DEMO: On");
+}
+
+TEST_F(MainWindowTest, AltEnterTwiceReturnsTheWindowWhereItWas) {
+  window->setGeometry(40, 50, 900, 700);
+  QApplication::processEvents();
+  const QRect before = window->geometry();
+  Key(Qt::Key_Return, Qt::AltModifier);
+  EXPECT_TRUE(window->fullScreen());
+  EXPECT_TRUE(window->isFullScreen());
+  EXPECT_EQ(Find<QLabel>("lblCap")->text(), "Window[640x480]");
+  Key(Qt::Key_Return, Qt::AltModifier);
+  EXPECT_FALSE(window->fullScreen());
+  QApplication::processEvents();
+  EXPECT_EQ(window->geometry(), before);
+  // Enter alone is a lane key, not the switch.
+  Key(Qt::Key_Return);
+  EXPECT_FALSE(window->fullScreen());
+}
+
+TEST_F(MainWindowTest, PlayingTheSameChartTwiceLoadsItOnce) {
+  const std::string chart = folder.Write("short.bms", Crlf({"#TITLE once", "#BPM 240", "#00011:01"}));
+  Find<QCheckBox>("chkSet13")->setChecked(true);  // DontWait
+  window->RequestPlay(chart);
+  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
+  window->RequestPlay(chart);
+  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 2; }));
+  EXPECT_EQ(LogCount("BMS load --------"), 1);
+  EXPECT_EQ(LogCount("* title:once"), 1);
+  EXPECT_TRUE(Find<QPushButton>("cmdPlay")->isEnabled());
+  EXPECT_EQ(window->Caption(), "Vremo v0.26 release - [] once / ");
+}
+
+TEST_F(MainWindowTest, MissingChartDisablesPlayStopAndReload) {
+  window->RequestPlay((folder.path() / "gone.bms").string());
+  ASSERT_TRUE(WaitFor([&] { return Log().contains("BMS load error"); }));
+  EXPECT_TRUE(Log().contains("Err[not exist] :gone.bms"));
+  EXPECT_FALSE(Find<QPushButton>("cmdPlay")->isEnabled());
+  EXPECT_FALSE(Find<QPushButton>("cmdStop")->isEnabled());
+  EXPECT_FALSE(Find<QPushButton>("cmdReload")->isEnabled());
+  EXPECT_TRUE(Find<QPushButton>("cmdFF")->isEnabled());
+}
+
+TEST_F(MainWindowTest, SongInformationTexts) {
+  const std::string chart = folder.Write("info.bms", Crlf({"#TITLE Song", "#ARTIST Someone", "#PLAYLEVEL 9", "#RANK 5",
+                                                           "#PLAYER 3", "#BPM 240", "#00011:01"}));
+  Find<QCheckBox>("chkSet13")->setChecked(true);
+  window->RequestPlay(chart);
+  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
+  auto* title = Find<TitleStrip>("picTitle");
+  EXPECT_EQ(title->firstLine(), "Song - Someone");
+  EXPECT_EQ(title->secondLine(), QString::fromUtf8("[?????] ★★★★★★★★★Double"));
+
+  Chart other;
+  other.playLevel = 2;
+  other.rank = 1;
+  other.player = 7;
+  QString line;
+  for (const TitleRun& run : SongInfoRuns(other)) line += run.text;
+  EXPECT_EQ(line, QString::fromUtf8("[Hard] ★★☆☆☆☆Unknown"));
+  const std::vector<TitleRun> runs = SongInfoRuns(other);
+  EXPECT_EQ(runs[1].colour, QColor(255, 255, 0));
+  EXPECT_EQ(runs[6].colour, QColor(255, 0, 0));
+}
+
+TEST_F(MainWindowTest, ShutDownWritesSettingsAndKeyMap) {
+  Find<QComboBox>("cmbSleep")->setCurrentText("2");
+  window->keyMap()['Q'] = 12;
+  window->close();
+  const std::string ini = ReadFileBytes((folder.path() / "vremo.ini").string());
+  EXPECT_NE(ini.find("\r\nSleep=2\r\n"), std::string::npos);
+  const std::string keys = ReadFileBytes((folder.path() / "vrkeycnf.dat").string());
+  ASSERT_EQ(keys.size(), 512u);
+  EXPECT_EQ(keys[2 * 'Q'], 12);
+
+  // The next start reads them back.
+  window = std::make_unique<MainWindow>(folder.path().string());
+  window->StartUp();
+  EXPECT_EQ(Find<QComboBox>("cmbSleep")->currentText(), "2");
+  EXPECT_EQ(window->keyMap()['Q'], 12);
+  EXPECT_TRUE(Log().contains("load complete."));
+}
+
+}  // namespace
+}  // namespace vremo

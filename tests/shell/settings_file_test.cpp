@@ -1,0 +1,141 @@
+#include "shell/settings_file.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+
+#include <csignal>
+#include <filesystem>
+#include <iterator>
+
+#include "chart/bms_reader.h"
+#include "shell/profile_file.h"
+#include "tests/chart/chart_fixture.h"
+
+namespace vremo {
+namespace {
+
+using testing::TempFolder;
+
+class SettingsFile : public ::testing::Test {
+ protected:
+  std::string Read(Settings& settings) { return ReadSettings(path, settings, log) ? "read" : "missing"; }
+
+  TempFolder folder;
+  std::string path = (folder.path() / "vremo.ini").string();
+  MemoryLogSink sink;
+  DebugLog log{&sink};
+};
+
+TEST_F(SettingsFile, MissingFileGivesDefaultsAndTheLogLine) {
+  Settings settings = UnsetSettings();
+  EXPECT_EQ(Read(settings), "missing");
+  EXPECT_EQ(sink.lines, std::vector<std::string>{"Err[not exist] :vremo.ini"});
+  EXPECT_EQ(settings.sleepMs, 5);
+  EXPECT_EQ(settings.rect, "default.vrd");
+  EXPECT_FLOAT_EQ(settings.hiSpeed, 1.0f);
+  EXPECT_TRUE(settings.playSound && settings.showGauge && settings.showObj && settings.showBga);
+  EXPECT_FALSE(settings.userPlay || settings.demoMode || settings.noWav);
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(SettingsFile, RoundTripKeepsEveryValueInTheWriteOrder) {
+  Settings written;
+  written.mainForm = {12.5f, 30, 800, 600, 2};
+  written.playList = {1, 2, 3, 4, 1};
+  written.sleepMs = 1;
+  written.hiSpeed = 2.5f;
+  written.realHiSpeed = 0.75f;
+  written.rect = "my skin.vrd";
+  written.userPlay = true;
+  written.playSound = false;
+  written.nazo = true;
+  written.wndMode = 1;
+  written.wndAutoHide = 1;
+  ASSERT_TRUE(WriteSettings(path, written));
+
+  const std::string text = ReadFileBytes(path);
+  EXPECT_EQ(text.rfind("[MainForm]\r\nLeft=12.5\r\nTop=30\r\nWidth=800\r\nHeight=600\r\nWindowState=2\r\n\r\n[PlayList]"
+                       "\r\nLeft=1\r\n",
+                       0),
+            0u);
+  EXPECT_NE(text.find("[Setting]\r\nTitleDisplay=False\r\nSleep=1\r\nNoBGA=False\r\n"), std::string::npos);
+  EXPECT_NE(text.find("HiSpeed=2.5\r\nRealHiSpeed=0.75\r\nPolMode=False\r\nRect=my skin.vrd\r\nShowGauge=True\r\n"
+                      "DontStretch=False\r\nDontWait=False\r\nWndMode=1\r\nWndAutoHide=1\r\n\r\n[NoteSetting]"),
+            std::string::npos);
+
+  Settings read = UnsetSettings();
+  EXPECT_EQ(Read(read), "read");
+  for (const SettingsKey& key : SettingsKeys()) {
+    EXPECT_EQ(OptionText(read, key), OptionText(written, key)) << key.section << "." << key.key;
+  }
+}
+
+TEST_F(SettingsFile, ExistingFileKeepsMissingKeysAndBadValues) {
+  folder.Write("vremo.ini", "[Setting]\r\nSleep=10\r\nHiSpeed=abc\r\n");
+  Settings settings = UnsetSettings();
+  EXPECT_EQ(Read(settings), "read");
+  EXPECT_TRUE(sink.lines.empty());
+  EXPECT_EQ(settings.sleepMs, 10);
+  EXPECT_FLOAT_EQ(settings.hiSpeed, 0.0f);
+  EXPECT_FALSE(settings.playSound || settings.showGauge || settings.showObj || settings.playKeySound);
+  EXPECT_EQ(settings.rect, "default.vrd");
+  EXPECT_EQ(settings.wndMode, 0);
+
+  // Names match without regard to case, values are trimmed, numbers convert.
+  folder.Write("vremo.ini", "[setting]\nsleep = 3 \nShowGauge=-1\nPlaySound=0\nRect=\"a b.vrd\"\n");
+  settings.playSound = true;
+  Read(settings);
+  EXPECT_EQ(settings.sleepMs, 3);
+  EXPECT_TRUE(settings.showGauge);
+  EXPECT_FALSE(settings.playSound);
+  EXPECT_EQ(settings.rect, "a b.vrd");
+}
+
+TEST_F(SettingsFile, LongValuesAreCutTo127Characters) {
+  const std::string rect(200, 'r');
+  folder.Write("vremo.ini", "[Setting]\r\nRect=" + rect + "\r\n");
+  Settings settings = UnsetSettings();
+  Read(settings);
+  EXPECT_EQ(settings.rect, rect.substr(0, 127));
+  // Characters, not bytes.
+  EXPECT_EQ(CutToChars("\xE3\x81\x82\xE3\x81\x84x", 2), "\xE3\x81\x82\xE3\x81\x84");
+}
+
+TEST_F(SettingsFile, WriteKeepsUnrelatedKeysAndSections) {
+  folder.Write("vremo.ini",
+               "; my notes\r\n[Other]\r\nA=1\r\n\r\n[Setting]\r\nSleep=9\r\nMine=kept\r\n\r\n[MainForm]\r\nLeft=5\r\n");
+  Settings settings;
+  settings.sleepMs = 2;
+  settings.wndMode = kNoWndMode;
+  ASSERT_TRUE(WriteSettings(path, settings));
+  const std::string text = ReadFileBytes(path);
+  EXPECT_EQ(text.rfind("; my notes\r\n[Other]\r\nA=1\r\n\r\n[Setting]\r\nSleep=2\r\nMine=kept\r\n", 0), 0u);
+  EXPECT_NE(text.find("[MainForm]\r\nLeft=0\r\nTop=0\r\n"), std::string::npos);
+  EXPECT_EQ(text.find("WndMode"), std::string::npos);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
+}
+
+TEST_F(SettingsFile, FailedWriteLeavesTheOldFile) {
+  const std::string old = "[Setting]\r\nSleep=7\r\n";
+  folder.Write("vremo.ini", old);
+  // A file-size limit makes the write fail half-way, as a full disk would.
+  rlimit saved{};
+  ::getrlimit(RLIMIT_FSIZE, &saved);
+  const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
+  rlimit small = saved;
+  small.rlim_cur = 16;
+  ::setrlimit(RLIMIT_FSIZE, &small);
+  Settings settings;
+  const bool written = WriteSettings(path, settings);
+  ::setrlimit(RLIMIT_FSIZE, &saved);
+  std::signal(SIGXFSZ, previousHandler);
+  EXPECT_FALSE(written);
+  EXPECT_EQ(ReadFileBytes(path), old);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
+  // A missing folder as well.
+  EXPECT_FALSE(WriteSettings((folder.path() / "none" / "vremo.ini").string(), settings));
+}
+
+}  // namespace
+}  // namespace vremo
