@@ -58,6 +58,13 @@ CommandChannel::CommandChannel(CommandHandler& handler, DebugLog& log, QObject* 
   connect(&server_, &QLocalServer::newConnection, this, &CommandChannel::Accept);
 }
 
+CommandChannel::~CommandChannel() {
+  // The sockets die with the server, after the partner list: their signals
+  // must not reach this half-destroyed channel.
+  for (const Partner& partner : partners_) partner.socket->disconnect(this);
+  partners_.clear();
+}
+
 bool CommandChannel::Listen(const QString& name) {
   QLocalServer::removeServer(name);
   if (server_.listen(name)) return true;

@@ -60,6 +60,7 @@ class CommandChannel : public QObject {
 
  public:
   CommandChannel(CommandHandler& handler, DebugLog& log, QObject* parent = nullptr);
+  ~CommandChannel() override;
 
   // Listens on `name`, owner-only. A socket file left by a crashed run is
   // removed first: call this only once no other instance answers.

@@ -32,6 +32,9 @@ std::string UpperAscii(std::string_view text) {
 bool ApplySwitch(const std::string& token, CommandTarget& target) {
   const std::string sw = UpperAscii(std::string_view(token).substr(0, 2));
   if (sw.size() != 2 || (sw[0] != '-' && sw[0] != '/')) return false;
+  // Here "/" also starts every absolute path: "/Q" is a switch, but
+  // "/work/song.bms" (another "/" further on) is a chart.
+  if (sw[0] == '/' && token.find('/', 1) != std::string::npos) return false;
   switch (sw[1]) {
     case 'P':
       target.EnablePlayTimer();

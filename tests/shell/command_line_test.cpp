@@ -41,6 +41,9 @@ TEST(CommandLine, TwoCharacterPrefixDecides) {
   // "-X" is no switch: a file.
   EXPECT_EQ(RunLine("-x"), (Calls{"clear", "add[-x]", "listplay 0"}));
   EXPECT_EQ(RunLine("-"), (Calls{"clear", "add[-]", "listplay 0"}));
+  // Absolute paths begin with "/": one that goes on into folders is a chart.
+  EXPECT_EQ(RunLine("/work/s.bms /q /Songs/p.bme"),
+            (Calls{"clear", "add[/work/s.bms]", "quit", "add[/Songs/p.bme]", "listplay 0"}));
 }
 
 TEST(CommandLine, ListFilesLoadWithoutStarting) {
