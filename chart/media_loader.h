@@ -30,7 +30,8 @@ class MediaLoader {
   virtual void PrepareSurfaces() = 0;
   virtual int64_t FreeVideoMemory() = 0;
   // Replaces the slot's sound with the file's (the name may need resolving,
-  // see media_path.h). A failed load leaves the slot empty.
+  // see media_path.h). A failed load changes nothing: a sound the slot held
+  // earlier in the same chart stays.
   virtual SoundLoadResult LoadSound(int slot, const std::string& path) = 0;
   virtual void SetSoundFrequency(int slot, int32_t frequency) = 0;
   // measure = false for a name ending in BMP: the size is not measured.
