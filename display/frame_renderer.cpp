@@ -12,7 +12,6 @@ namespace vremo {
 namespace {
 
 // Objects a little before the next one are still drawn (just passed).
-constexpr int32_t kObjectsDrawnBehind = 20;
 constexpr Colour kDebugForeColour = kBlack;
 constexpr Colour kDebugBackColour = kWhite;
 constexpr int32_t kDebugLineX = 2;

@@ -14,7 +14,6 @@
 namespace vremo {
 namespace {
 
-constexpr int32_t kMinimumSleepMs = 1;  // virtual time must move, even at Sleep 0
 
 // Between two steps only the judge rules run; the real frame is drawn once,
 // at the end.

@@ -8,7 +8,6 @@ namespace vremo {
 namespace {
 
 constexpr std::string_view kScriptForm = "MILLISECONDS down|up VK";
-constexpr int32_t kMinimumSleepMs = 1;  // virtual time must move, even at Sleep 0
 
 std::string_view TrimLine(std::string_view line) {
   auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };

@@ -28,6 +28,8 @@ namespace vremo {
 
 // Height of the play field the judge rules assume: the full-screen height.
 inline constexpr int32_t kHeadlessDrawHeight = 480;
+// Virtual time must move on every pass, even at Sleep 0.
+inline constexpr int32_t kMinimumSleepMs = 1;
 // A play that outlasts its song by this much has stalled (tempo 0, say).
 inline constexpr int32_t kHeadlessTimeMarginMs = 600000;
 

@@ -10,7 +10,6 @@ namespace {
 
 // The renderer draws objects from this many before the next one, so notes
 // just passed can still be missed.
-constexpr int32_t kObjectsDrawnBehind = 20;
 
 }  // namespace
 

@@ -44,6 +44,8 @@ inline constexpr int32_t kFirstInvisibleChannel = 31;
 inline constexpr int32_t kLastInvisibleChannel = 49;
 inline constexpr int32_t kNoPendingNote = -1;
 inline constexpr int32_t kNoPicture = -1;
+// Objects before the next one that a frame still draws and judges.
+inline constexpr int32_t kObjectsDrawnBehind = 20;
 
 // The played note channels: 11-16, 18, 19, 21-26, 28, 29.
 bool IsPlayableChannel(int32_t channel);
