@@ -1,6 +1,8 @@
 // The external command channel.
 #include "shell/command_channel.h"
 
+#include "shell/instance_lock.h"
+
 #include <unistd.h>
 
 #include <QLocalSocket>
@@ -50,7 +52,10 @@ bool ApplyExternalCommand(std::string_view text, CommandHandler& handler) {
   return true;
 }
 
-QString ChannelName() { return QStringLiteral("vremo-%1").arg(::getuid()); }
+QString ChannelName() {
+  // In the user's own runtime folder: nobody else can reach it or replace it.
+  return QString::fromStdString(RuntimeFolder()) + QStringLiteral("/vremo-%1.sock").arg(::getuid());
+}
 
 CommandChannel::CommandChannel(CommandHandler& handler, DebugLog& log, QObject* parent)
     : QObject(parent), handler_(handler), log_(log) {

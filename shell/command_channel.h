@@ -52,7 +52,8 @@ class CommandHandler {
 // accepted (it begins with "L") and earns the reply "POK".
 bool ApplyExternalCommand(std::string_view text, CommandHandler& handler);
 
-// "vremo-<uid>": one channel per user.
+// "vremo-<uid>.sock" in the runtime folder ($XDG_RUNTIME_DIR): one
+// channel per user.
 QString ChannelName();
 
 class CommandChannel : public QObject {

@@ -13,6 +13,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QScrollBar>
 #include <QSplitter>
 #include <QStackedWidget>
@@ -25,11 +26,13 @@
 #include "chart/chart_text.h"
 #include "chart/numbers.h"
 #include "shell/draw_area.h"
+#include "shell/key_config_dialog.h"
 #include "shell/key_map_file.h"
 #include "shell/program_folder.h"
 #include "shell/settings_file.h"
 #include "shell/snapshot_mode.h"
 #include "shell/title_strip.h"
+#include "shell/window_placement.h"
 
 namespace vremo {
 namespace {
@@ -105,6 +108,8 @@ void MainWindow::PreperForm() {
   picDraw->setToolTip(tr("Play field. Drag to move through the song; double-click for full screen"));
   picDraw->resize(kInitialDrawSize, kInitialDrawSize);
   picDraw->setMinimumSize(kSizeUnitPixels, kSizeUnitPixels);
+  // All extra height goes to the drawing area, none to the bars below it.
+  picDraw->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
   connect(picDraw, &DrawArea::Resized, this, &MainWindow::DispResizeNow);
   connect(picDraw, &DrawArea::DoubleClicked, this, [this] { SetScreenMode(!fullScreen()); });
   connect(picDraw, &DrawArea::LeftPressed, this, &MainWindow::picDraw_Pressed);
@@ -123,11 +128,25 @@ void MainWindow::PreperForm() {
   left->addWidget(picTitle);
   left->addWidget(picDraw, 1);
   left->addWidget(hscSeek);
-  left->addWidget(MakeTransportBar());
+  QWidget* transport = MakeTransportBar();
+  left->addWidget(transport);
   left->addWidget(lblInfo);
+  for (QWidget* bar : {static_cast<QWidget*>(transport), static_cast<QWidget*>(lblInfo)}) {
+    bar->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+  }
 
-  auto* right = new QVBoxLayout;
-  right->addWidget(MakeOptionsPanel());
+  auto* rightPanel = new QWidget;
+  auto* right = new QVBoxLayout(rightPanel);
+  right->setContentsMargins(0, 0, 0, 0);
+  // The options scroll when the window is short, so any size fits.
+  auto* options = new QScrollArea;
+  options->setWidget(MakeOptionsPanel());
+  options->setWidgetResizable(true);
+  options->setFrameShape(QFrame::NoFrame);
+  options->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  options->setMinimumWidth(options->widget()->minimumSizeHint().width());
+  options->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
+  right->addWidget(options);
   txtStatus = new QPlainTextEdit;
   txtStatus->setObjectName("txtStatus");
   txtStatus->setReadOnly(true);
@@ -140,8 +159,10 @@ void MainWindow::PreperForm() {
   lblCap->setToolTip(tr("Size of the drawing area"));
   right->addWidget(lblCap);
 
-  columns->addLayout(left, 3);
-  columns->addLayout(right, 2);
+  // Extra room goes to the drawing area, so cmbSize's sizes come out exact.
+  columns->addLayout(left, 1);
+  columns->addWidget(rightPanel, 0);
+  hideable_ = {rightPanel, hscSeek, transport, lblInfo};
   setCentralWidget(central);
   resize(kInitialDrawSize + 420, kInitialDrawSize + 160);
   MakeTrayIcon();
@@ -151,12 +172,15 @@ QWidget* MainWindow::MakeTransportBar() {
   auto* bar = new QWidget;
   auto* row = new QHBoxLayout(bar);
   row->setContentsMargins(0, 0, 0, 0);
-  cmdRew = Button("cmdRew", tr("|<<"), tr("Previous chart of the play list (F1)"));
-  cmdPlay = Button("cmdPlay", tr("Play"), tr("Play from the seek bar's position (F2)"));
-  cmdStop = Button("cmdStop", tr("Stop"), tr("Stop playing (F3)"));
-  cmdFF = Button("cmdFF", tr(">>|"), tr("Next chart of the play list (F4)"));
-  cmdReload = Button("cmdReload", tr("Reload"), tr("Load the current chart again (F5)"));
-  cmdOpen = Button("cmdOpen", tr("Open..."), tr("Open a chart file (F9)"));
+  // Icons only: the bar must fit under the smallest drawing area.
+  cmdRew = Button("cmdRew", {}, tr("Previous chart of the play list (F1)"));
+  cmdPlay = Button("cmdPlay", {}, tr("Play from the seek bar's position (F2)"));
+  cmdStop = Button("cmdStop", {}, tr("Stop playing (F3)"));
+  cmdFF = Button("cmdFF", {}, tr("Next chart of the play list (F4)"));
+  cmdReload = Button("cmdReload", {}, tr("Load the current chart again (F5)"));
+  cmdOpen = Button("cmdOpen", {}, tr("Open a chart file (F9)"));
+  cmdReload->setIcon(style()->standardIcon(QStyle::SP_BrowserReload));
+  cmdOpen->setIcon(style()->standardIcon(QStyle::SP_DialogOpenButton));
   SetPlayButtonIcon(false);
   cmdStop->setIcon(style()->standardIcon(QStyle::SP_MediaStop));
   cmdRew->setIcon(style()->standardIcon(QStyle::SP_MediaSkipBackward));
@@ -172,7 +196,17 @@ QWidget* MainWindow::MakeTransportBar() {
   connect(cmdRew, &QPushButton::clicked, this, [this] {
     if (previousSong_) previousSong_();
   });
-  for (QPushButton* button : {cmdRew, cmdPlay, cmdStop, cmdFF, cmdReload, cmdOpen}) row->addWidget(button);
+  cmdPlayList = Button("cmdPlayList", {}, tr("Show the play list"));
+  cmdPlayList->setIcon(style()->standardIcon(QStyle::SP_FileDialogListView));
+  cmdPlayList->setEnabled(false);
+  connect(cmdPlayList, &QPushButton::clicked, this, [this] {
+    if (playListWindow_ == nullptr) return;
+    playListWindow_->show();
+    playListWindow_->raise();
+    playListWindow_->activateWindow();
+  });
+  for (QPushButton* button : {cmdRew, cmdPlay, cmdStop, cmdFF, cmdReload, cmdOpen, cmdPlayList}) row->addWidget(button);
+  row->addStretch(1);
   return bar;
 }
 
@@ -206,6 +240,8 @@ QWidget* MainWindow::MakeOptionsPanel() {
   connect(chkUserRecord, &QCheckBox::clicked, this, &MainWindow::chkUserRecord_Click);
   cmdRecSave = Button("cmdRecSave", tr("Save record..."), tr("Save the recorded play"));
   cmdRecLoad = Button("cmdRecLoad", tr("Load record..."), tr("Load a recorded play to replay it"));
+  connect(cmdRecSave, &QPushButton::clicked, this, &MainWindow::cmdRecSave_Click);
+  connect(cmdRecLoad, &QPushButton::clicked, this, [this] { LoadRecordFile({}); });
   playGrid->addWidget(cmdRecSave, 4, 0, 1, 2);
   playGrid->addWidget(cmdRecLoad, 4, 2);
   column->addWidget(play);
@@ -296,6 +332,7 @@ QWidget* MainWindow::MakeOptionsPanel() {
   BindOption(chkTitle, "Setting.TitleDisplay", [this] { picTitle->setVisible(settings_.titleDisplay); });
   chkAutoHide = OptionCheck(tr("Auto hide"), "Setting.WndAutoHide", tr("Hide the controls while playing"));
   chkAutoHide->setObjectName("chkAutoHide");
+  connect(chkAutoHide, &QCheckBox::toggled, this, [this] { ApplyAutoHide(); });
   for (int i = 0; i < 2; ++i) {
     auto* option = new QRadioButton(i == 0 ? tr("Fit window") : tr("Fixed size"));
     option->setObjectName(QString("optWSize%1").arg(i));
@@ -306,6 +343,12 @@ QWidget* MainWindow::MakeOptionsPanel() {
     optWSize.push_back(option);
   }
   cmdKeyConf = Button("cmdKeyConf", tr("Keys..."), tr("Key configuration"));
+  connect(cmdKeyConf, &QPushButton::clicked, this, [this] {
+    // Keys pressed in the dialog must not play lanes behind it.
+    RequestStop();
+    KeyConfigDialog dialog(keyMap_, this);
+    dialog.exec();
+  });
   cmdDDInit = Button("cmdDDInit", tr("Initialize"), tr("Initialize Memories: make the display surfaces again"));
   cmdDDRelease = Button("cmdDDRelease", tr("Release"), tr("Release memories: free every surface and sound"));
   connect(cmdDDRelease, &QPushButton::clicked, this, [this] { media_->ReleaseMemories(); });
@@ -395,12 +438,7 @@ void MainWindow::ReadControlsIntoSettings() {
   settings_.rect = cmbRect->currentText().toStdString();
   settings_.wndMode = optWSize[0]->isChecked() ? 0 : optWSize[1]->isChecked() ? 1 : kNoWndMode;
   settings_.wndAutoHide = chkAutoHide->isChecked() ? 1 : 0;
-  const QRect place = fullScreen() ? savedPlacement_ : geometry();
-  settings_.mainForm = {static_cast<float>(place.x()), static_cast<float>(place.y()), static_cast<float>(place.width()),
-                        static_cast<float>(place.height()),
-                        static_cast<int16_t>(isMinimized()   ? 1
-                                             : isMaximized() ? 2
-                                                             : 0)};
+  settings_.mainForm = PlacementOf(*this, fullScreen() ? savedPlacement_ : normalGeometry());
 }
 
 void MainWindow::FillRectList() {
@@ -436,10 +474,7 @@ void MainWindow::StartUp() {
   audio_.Open(log_);
   settings_ = UnsetSettings();
   const bool hadFile = ReadSettings(programFolder_ + "/" + std::string(kSettingsFileName), settings_, log_);
-  if (hadFile && settings_.mainForm.width > 0 && settings_.mainForm.height > 0) {
-    setGeometry(static_cast<int>(settings_.mainForm.left), static_cast<int>(settings_.mainForm.top),
-                static_cast<int>(settings_.mainForm.width), static_cast<int>(settings_.mainForm.height));
-  }
+  if (hadFile) ApplyPlacement(*this, settings_.mainForm);
   ApplySettingsToControls();
   LoadLayout();
   DispResizeNow();

@@ -85,6 +85,21 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   void SetLinkedPartner(std::function<void(std::string)> notify) { partner_ = std::move(notify); }
   // True while a program is linked through the command channel.
   void SetLinkedQuery(std::function<bool()> linked) { linked_ = std::move(linked); }
+  // Files dropped on the window that are not a play record (a list file,
+  // charts, folders): the play list takes them.
+  void SetDropHandler(std::function<void(const std::vector<std::string>&)> handler) {
+    dropHandler_ = std::move(handler);
+  }
+  // Files dropped on the window, in drop order: the first one decides (a
+  // play record is loaded, anything else goes to the drop handler).
+  void FilesDropped(const std::vector<std::string>& paths);
+  // The play-list window, shown by cmdPlayList.
+  void SetPlayListWindow(QWidget* window);
+  // A message box with the critical-stop icon that does not hold the play
+  // loop (it is window-modal and returns at once).
+  void ShowCriticalMessage(const std::string& text, const std::string& title);
+  // LoadRecord for the loaded chart: `path` empty asks with the open dialog.
+  void LoadRecordFile(const std::string& path);
   // Runs when the window closes, before the files are saved (the play list
   // saves its own file, the channel tells its partner).
   void SetShutdownHandler(std::function<void()> handler) { shutdown_ = std::move(handler); }
@@ -161,6 +176,10 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   void cmbFreq_Change();
   void chkUserPlay_Click();
   void chkUserRecord_Click();
+  void cmdRecSave_Click();
+  // The options, log and transport give the drawing area the whole window
+  // in full screen, and while playing when the auto-hide box is checked.
+  void ApplyAutoHide();
   void DrawIdleFrame();
   void SetPlayButtonIcon(bool playing);
   void picDraw_Pressed(int x, int y);
@@ -205,6 +224,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   bool seekSetByProgram_ = false;
   bool inPlaySequence_ = false;
   bool closePending_ = false;
+  bool playPending_ = false;
   bool shutDownDone_ = false;
   bool minimised_ = false;
   double lastMouseY_ = 0.0;
@@ -216,6 +236,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   std::function<void(std::string)> partner_;
   std::function<bool()> linked_;
   std::function<void()> shutdown_;
+  std::function<void(const std::vector<std::string>&)> dropHandler_;
   std::vector<OptionBinding> bindings_;
 
   // Controls, by the names the program gives them.
@@ -248,12 +269,16 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   QPushButton* cmdRecSave = nullptr;
   QPushButton* cmdRecLoad = nullptr;
   QPushButton* cmdKeyConf = nullptr;
+  QPushButton* cmdPlayList = nullptr;
   QPushButton* cmdDDInit = nullptr;
   QPushButton* cmdDDRelease = nullptr;
   QScrollBar* hscSeek = nullptr;
   QTimer* timPlay = nullptr;
   QTimer* playTimer_ = nullptr;
   QSystemTrayIcon* tray_ = nullptr;
+  QWidget* playListWindow_ = nullptr;
+  // What auto-hide hides: the right-hand column and the bars under picDraw.
+  std::vector<QWidget*> hideable_;
 };
 
 }  // namespace vremo

@@ -1,11 +1,9 @@
 // MainWindow: full screen and back, the size list, DispResize, the layout
-// file, minimising, dropped files and the tray icon.
+// file, minimising, auto-hide and the tray icon.
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDragEnterEvent>
 #include <QLabel>
-#include <QMimeData>
 #include <QRadioButton>
 #include <QScreen>
 #include <QStyle>
@@ -19,14 +17,6 @@
 #include "shell/main_window.h"
 
 namespace vremo {
-namespace {
-
-bool IsChartFile(const QString& path) {
-  const QString lower = path.toLower();
-  return lower.endsWith(".bms") || lower.endsWith(".bme") || lower.endsWith(".bml");
-}
-
-}  // namespace
 
 void MainWindow::SetScreenMode(bool full) {
   if (full == fullScreen()) return;
@@ -50,6 +40,7 @@ void MainWindow::SetScreenMode(bool full) {
     optWSize[savedWSize_ ? 1 : 0]->setChecked(true);
   }
   layout_.loading = false;
+  ApplyAutoHide();
   media_->InitDirectDraw();
   DispResizeNow();
   // Pictures belong to the old surfaces: load the chart again.
@@ -70,6 +61,8 @@ void MainWindow::cmbSize_Change() {
   if (!factor) return;
   const auto size = RoundToInt32(kSizeUnitPixels * *factor);
   if (!size || *size == 0 || fullScreen()) return;
+  // Sizes are read from a settled layout, not one a pending event will move.
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
   resize(width() + (*size - picDraw->width()), height() + (*size - picDraw->height()));
 }
 
@@ -87,19 +80,9 @@ void MainWindow::changeEvent(QEvent* event) {
   engine_->state().skipDrawing = minimised_;
 }
 
-void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
-  if (event->mimeData()->hasUrls()) event->acceptProposedAction();
-}
-
-void MainWindow::dropEvent(QDropEvent* event) {
-  for (const QUrl& url : event->mimeData()->urls()) {
-    const QString path = url.toLocalFile();
-    if (!IsChartFile(path)) continue;
-    event->acceptProposedAction();
-    engine_->RequestStop();
-    RequestPlay(path.toStdString());
-    return;
-  }
+void MainWindow::ApplyAutoHide() {
+  const bool hide = fullScreen() || (chkAutoHide->isChecked() && engine_->state().running);
+  for (QWidget* widget : hideable_) widget->setVisible(!hide);
 }
 
 void MainWindow::MakeTrayIcon() {

@@ -41,7 +41,11 @@ void MainWindow::SeekTo(int32_t target, bool byPosition) {
 void MainWindow::timPlay_Timer() {
   timPlay->stop();
   timPlay->setInterval(kPlayTimerIntervalMs);
-  if (inPlaySequence_) return;  // a request during play waits for its end
+  if (inPlaySequence_) {
+    // The play loop runs below this tick: the request waits for its end.
+    playPending_ = true;
+    return;
+  }
   if (!lockControls_) {
     SetPlayButtonIcon(true);
     for (QPushButton* button : {cmdPlay, cmdStop, cmdFF, cmdRew, cmdReload}) button->setEnabled(true);
@@ -80,13 +84,20 @@ void MainWindow::timPlay_Timer() {
   inPlaySequence_ = true;
   picDraw->setFocus();
   engine_->StartPlay();
+  ApplyAutoHide();
   while (engine_->PlayPass()) {
   }
   inPlaySequence_ = false;
+  ApplyAutoHide();
   SetSeekBarByProgram(0);
   SetPlayButtonIcon(false);
   if (closePending_) {
     close();
+    return;
+  }
+  if (playPending_) {
+    playPending_ = false;
+    timPlay->start();
     return;
   }
   if (!engine_->state().stopRequested) {

@@ -161,6 +161,7 @@ void PlayList::ListPlay(int32_t index) {
   }
   host_.PlayChart(entries_[static_cast<size_t>(index)].path);
   current_ = index;
+  ++playSerial_;
   host_.ListChanged();
 }
 

@@ -69,6 +69,9 @@ class PlayList {
 
   int32_t Count() const { return static_cast<int32_t>(entries_.size()) - 1; }
   int32_t currentIndex() const { return current_; }
+  // Counts ListPlay calls, so the window can select the row of every play
+  // (also a repeat of the same entry).
+  int32_t playSerial() const { return playSerial_; }
   const std::vector<ChartListInfo>& entries() const { return entries_; }
   const std::vector<std::string>& rows() const { return rows_; }
   const std::string& caption() const { return caption_; }
@@ -83,6 +86,7 @@ class PlayList {
   std::vector<ChartListInfo> entries_;
   std::vector<std::string> rows_;
   int32_t current_ = 0;
+  int32_t playSerial_ = 0;
   bool repeatOne_ = false;
   bool repeatAll_ = false;
   std::string caption_;

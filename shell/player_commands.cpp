@@ -1,10 +1,10 @@
 // The command side wired to the main window.
 #include "shell/player_commands.h"
 
-#include <QApplication>
-#include <QMessageBox>
+#include <QFileInfo>
 
 #include "shell/main_window.h"
+#include "shell/play_list_window.h"
 
 namespace vremo {
 
@@ -25,6 +25,9 @@ PlayerCommands::PlayerCommands(MainWindow& window, std::string programFolder)
     }
   });
   window_.SetShutdownHandler([this] { ShutDown(); });
+  window_.SetDropHandler([this](const std::vector<std::string>& paths) { FilesDropped(paths); });
+  listWindow_ = new PlayListWindow(list_, &window_);
+  window_.SetPlayListWindow(listWindow_);
   timMoved_.setInterval(kHandOverPollMs);
   connect(&timMoved_, &QTimer::timeout, this, [this] { timMoved_Timer(); });
 }
@@ -32,6 +35,7 @@ PlayerCommands::PlayerCommands(MainWindow& window, std::string programFolder)
 PlayerCommands::~PlayerCommands() = default;
 
 void PlayerCommands::Start(InstanceLock& lock, const std::string& commandLine) {
+  listWindow_->RestorePlacement(window_.settings().playList);
   list_.LoadDefault(programFolder_);
   lock.Publish(channel_, ChannelName(), window_.log());
   timMoved_.start();
@@ -42,6 +46,27 @@ void PlayerCommands::ShutDown() {
   timMoved_.stop();
   channel_.SendClose();
   list_.SaveDefault(programFolder_);
+  if (listWindow_->HasPlace()) window_.settings().playList = listWindow_->Placement();
+}
+
+void PlayerCommands::FilesDropped(const std::vector<std::string>& paths) {
+  const QString first = QString::fromStdString(paths.front());
+  if (first.endsWith(".vrl", Qt::CaseInsensitive)) {
+    list_.ListLoad(paths.front(), false);
+    list_.ListPlay(0);
+    return;
+  }
+  if (paths.size() > 1) listWindow_->show();
+  list_.ListClear();
+  for (const std::string& path : paths) {
+    // A dropped folder brings every chart under it.
+    if (QFileInfo(QString::fromStdString(path)).isDir()) {
+      list_.ListAddFolder(path);
+    } else {
+      list_.ListAdd(path);
+    }
+  }
+  list_.ListPlay(0);
 }
 
 void PlayerCommands::timMoved_Timer() {
@@ -73,13 +98,18 @@ void PlayerCommands::CommandLineReceived(const std::string& line) {
   window_.SetCaptionText(std::string(kHandOverPrefix) + line);
 }
 
-void PlayerCommands::PlayChart(const std::string& path) { window_.RequestPlay(path); }
+void PlayerCommands::PlayChart(const std::string& path) {
+  // A chart picked from the list replaces the running one at once.
+  window_.RequestStop();
+  window_.RequestPlay(path);
+}
 
 void PlayerCommands::ShowMessage(const std::string& text, const std::string& title) {
-  window_.log().PutLog(text);
-  // With no screen to show it on, the log line is all there is.
-  if (QApplication::platformName() == "offscreen") return;
-  QMessageBox::critical(&window_, QString::fromStdString(title), QString::fromStdString(text));
+  window_.ShowCriticalMessage(text, title);
+}
+
+void PlayerCommands::ListChanged() {
+  if (listWindow_ != nullptr) listWindow_->Refresh();
 }
 
 }  // namespace vremo

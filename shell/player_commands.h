@@ -17,6 +17,7 @@
 namespace vremo {
 
 class MainWindow;
+class PlayListWindow;
 
 class PlayerCommands : public QObject, private CommandTarget, private CommandHandler, private PlayListHost {
  public:
@@ -28,6 +29,7 @@ class PlayerCommands : public QObject, private CommandTarget, private CommandHan
   void Start(InstanceLock& lock, const std::string& commandLine);
 
   PlayList& playList() { return list_; }
+  PlayListWindow& playListWindow() { return *listWindow_; }
   CommandChannel& channel() { return channel_; }
 
  private:
@@ -51,14 +53,18 @@ class PlayerCommands : public QObject, private CommandTarget, private CommandHan
   // PlayListHost
   void PlayChart(const std::string& path) override;
   void ShowMessage(const std::string& text, const std::string& title) override;
-  void ListChanged() override {}
+  void ListChanged() override;
 
   void timMoved_Timer();
+  // The main window's drop handler for anything but a play record.
+  void FilesDropped(const std::vector<std::string>& paths);
   void ShutDown();
 
   MainWindow& window_;
   std::string programFolder_;
   PlayList list_;
+  // Owned by Qt as a child window of the main window.
+  PlayListWindow* listWindow_ = nullptr;
   CommandChannel channel_;
   QTimer timMoved_;
 };

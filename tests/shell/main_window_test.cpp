@@ -16,31 +16,15 @@
 #include "chart/bms_reader.h"
 #include "shell/title_strip.h"
 #include "tests/chart/chart_fixture.h"
+#include "tests/shell/window_test_support.h"
 
 namespace vremo {
 namespace {
 
+using testing::App;
 using testing::Crlf;
 using testing::TempFolder;
-
-constexpr int kWaitLimitMs = 20000;
-
-QApplication& App() {
-  static int argc = 1;
-  static char name[] = "shell_window_tests";
-  static char* argv[] = {name, nullptr};
-  static QApplication* app = new QApplication(argc, argv);
-  return *app;
-}
-
-// Runs the event loop until `done` holds (or a generous limit passes, which
-// the caller's assertions then report).
-bool WaitFor(const std::function<bool()>& done) {
-  QElapsedTimer timer;
-  timer.start();
-  while (!done() && timer.elapsed() < kWaitLimitMs) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-  return done();
-}
+using testing::WaitFor;
 
 class MainWindowTest : public ::testing::Test {
  protected:

@@ -84,8 +84,8 @@ TEST_F(RenderMode, SoundsStartAtTheirOwnChartTimes) {
   const std::string wav = (folder.path() / "out.wav").string();
   ASSERT_EQ(Render({wav, chart}), 0);
   const std::vector<size_t> onsets = Onsets(LeftChannel(ReadFileBytes(wav)));
-  const std::vector<double> expectedMs = {2000.0, 3000.0, 4000.0, 4000.0 + 4000.0 / 3, 4000.0 + 4000.0 / 3 + 2000.0 / 3,
-                                          4000.0 + 8000.0 / 3};
+  const std::vector<double> expectedMs = {
+      2000.0, 3000.0, 4000.0, 4000.0 + 4000.0 / 3, 4000.0 + 4000.0 / 3 + 2000.0 / 3, 4000.0 + 8000.0 / 3};
   std::string found;
   for (size_t onset : onsets) found += std::to_string(onset * 1000.0 / kRate) + " ";
   ASSERT_EQ(onsets.size(), expectedMs.size()) << found;
@@ -96,8 +96,8 @@ TEST_F(RenderMode, SoundsStartAtTheirOwnChartTimes) {
 
 TEST_F(RenderMode, ScriptedUserPlayAppendsTheScoreLog) {
   folder.Write("click.wav", ClickWav());
-  const std::string chart = folder.Write("play.bms", Crlf({"#TITLE Keys", "#BPM 120", "#WAV01 click.wav",
-                                                           "#00111:01", "#00112:01", "#00301:01"}));
+  const std::string chart = folder.Write(
+      "play.bms", Crlf({"#TITLE Keys", "#BPM 120", "#WAV01 click.wav", "#00111:01", "#00112:01", "#00301:01"}));
   // Lane 11 is Z (90), lane 12 S (83) in the default key table; S comes
   // 100 ms (9.6 units) late: a Good.
   const std::string script = folder.Write("keys.txt", "# presses\n2000 down 90\n2050 up 90\n\n2100 down 83\n");

@@ -1,0 +1,257 @@
+#include "shell/key_config_dialog.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QImage>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTest>
+#include <string>
+#include <vector>
+
+#include "tests/shell/window_test_support.h"
+
+namespace vremo {
+namespace {
+
+using testing::App;
+
+// The lanes in list order, and the walk of "2" starting after 16.
+const std::vector<int32_t> kListedLanes = {11, 12, 13, 14, 15, 16, 18, 19, 21, 22, 23, 24, 25, 26, 28, 29};
+const std::vector<int32_t> kForwardWalk = {11, 12, 13, 14, 15, 18, 19, 21, 22, 23, 24, 25, 28, 29, 26, 16};
+
+int RowOf(int32_t channel) {
+  for (size_t row = 0; row < kListedLanes.size(); ++row) {
+    if (kListedLanes[row] == channel) return static_cast<int>(row);
+  }
+  return -1;
+}
+
+class KeyConfigDialogTest : public ::testing::Test {
+ protected:
+  KeyConfigDialogTest() { App(); }
+
+  void Open() {
+    dialog = std::make_unique<KeyConfigDialog>(keyMap);
+    dialog->show();
+    picture = Find<QWidget>("picKeyDown");
+  }
+  template <typename T>
+  T* Find(const char* name) {
+    T* control = dialog->findChild<T*>(name);
+    EXPECT_NE(control, nullptr) << name;
+    return control;
+  }
+  void Press(Qt::Key key, Qt::KeyboardModifiers mods = Qt::NoModifier) { QTest::keyClick(picture, key, mods); }
+  // Rows as standard strings, so failures print them readably.
+  std::vector<std::string> Rows() {
+    std::vector<std::string> rows;
+    for (const QString& row : dialog->listRows()) rows.push_back(row.toStdString());
+    return rows;
+  }
+  std::string Row(int32_t channel) { return dialog->listRows().value(RowOf(channel)).toStdString(); }
+  void Click(const QPoint& point) { QTest::mouseClick(picture, Qt::LeftButton, Qt::NoModifier, point); }
+  void ExpectLane(int32_t channel) {
+    EXPECT_EQ(dialog->currentLane(), channel);
+    EXPECT_EQ(dialog->selectedRow(), RowOf(channel)) << channel;
+  }
+
+  KeyMap keyMap = DefaultKeyMap();
+  std::unique_ptr<KeyConfigDialog> dialog;
+  QWidget* picture = nullptr;
+};
+
+TEST_F(KeyConfigDialogTest, OpensOnLane11WithOneRowPerLane) {
+  Open();
+  EXPECT_EQ(dialog->windowTitle(), "Key configuration");
+  EXPECT_EQ(Rows(),
+            std::vector<std::string>({"11\t[90]", "12\t[83]", "13\t[88]", "14\t[68]", "15\t[67]", "16\t[16][32]",
+                                      "18\t[70]", "19\t[86]", "21\t[78]", "22\t[74]", "23\t[77]", "24\t[75]",
+                                      "25\t[188]", "26\t[13]", "28\t[76]", "29\t[190]"}));
+  ExpectLane(11);
+  EXPECT_EQ(dialog->focusWidget(), picture);
+  for (const char* name : {"cmdOK", "cmdCancel", "cmdClear", "cmdDefault"}) {
+    EXPECT_FALSE(Find<QPushButton>(name)->toolTip().isEmpty()) << name;
+  }
+}
+
+TEST_F(KeyConfigDialogTest, DamagedEntriesAreNotListedAndSurviveOk) {
+  // Values no lane has, as a damaged key file could hold.
+  keyMap[5] = 17;
+  keyMap[6] = -3;
+  keyMap[7] = 999;
+  keyMap['Q'] = 29;
+  Open();
+  EXPECT_EQ(Rows().size(), 16u);
+  EXPECT_EQ(Row(29), "29\t[81][190]");
+  for (const std::string& row : Rows()) {
+    EXPECT_TRUE(row.find("[5]") == row.npos && row.find("[6]") == row.npos && row.find("[7]") == row.npos) << row;
+  }
+  const KeyMap before = keyMap;
+  QTest::mouseClick(Find<QPushButton>("cmdOK"), Qt::LeftButton);
+  EXPECT_EQ(keyMap, before);
+}
+
+TEST_F(KeyConfigDialogTest, OneAndTwoWalkTheKeyboardOrder) {
+  Open();
+  Press(Qt::Key_1);
+  ExpectLane(16);
+  Press(Qt::Key_1);
+  ExpectLane(26);
+  Press(Qt::Key_2);
+  ExpectLane(16);
+
+  std::vector<int32_t> forward;
+  for (size_t i = 0; i < kForwardWalk.size(); ++i) {
+    Press(Qt::Key_2);
+    forward.push_back(dialog->currentLane());
+    EXPECT_EQ(dialog->selectedRow(), RowOf(forward.back()));
+  }
+  EXPECT_EQ(forward, kForwardWalk);
+
+  std::vector<int32_t> backward;
+  for (size_t i = 0; i < kForwardWalk.size(); ++i) {
+    Press(Qt::Key_1);
+    backward.push_back(dialog->currentLane());
+  }
+  std::vector<int32_t> expected(kForwardWalk.rbegin() + 1, kForwardWalk.rend());
+  expected.push_back(16);
+  EXPECT_EQ(backward, expected);
+  // Stepping never assigns "1" or "2".
+  EXPECT_EQ(dialog->workingKeyMap(), DefaultKeyMap());
+}
+
+TEST_F(KeyConfigDialogTest, KeyPressMovesTheKeyToTheCurrentLane) {
+  Open();
+  Press(Qt::Key_2);
+  ExpectLane(12);
+  Press(Qt::Key_Z);
+  EXPECT_EQ(dialog->workingKeyMap()['Z'], 12);
+  EXPECT_EQ(Row(11), "11\t");
+  EXPECT_EQ(Row(12), "12\t[83][90]");
+  // The lane stays; the table only changes on OK.
+  ExpectLane(12);
+  EXPECT_EQ(keyMap, DefaultKeyMap());
+
+  // Shift+A is two presses: Shift, then the letter's own key. A key without
+  // a code does nothing.
+  Press(Qt::Key_A, Qt::ShiftModifier);
+  EXPECT_EQ(dialog->workingKeyMap()['A'], 12);
+  EXPECT_EQ(dialog->workingKeyMap()[kVkShift], 12);
+  const KeyMap before = dialog->workingKeyMap();
+  Press(Qt::Key_VolumeUp);
+  EXPECT_EQ(dialog->workingKeyMap(), before);
+}
+
+TEST_F(KeyConfigDialogTest, EnterTabSpaceAndEscapeAreLaneKeys) {
+  Open();
+  Press(Qt::Key_2);
+  Press(Qt::Key_Return);
+  Press(Qt::Key_Tab);
+  Press(Qt::Key_Backtab, Qt::ShiftModifier);
+  Press(Qt::Key_Space);
+  Press(Qt::Key_Escape);
+  Press(Qt::Key_Left);
+  EXPECT_TRUE(dialog->isVisible());
+  EXPECT_EQ(dialog->result(), 0);
+  EXPECT_EQ(dialog->focusWidget(), picture);
+  EXPECT_EQ(Row(12), "12\t[9][13][16][27][32][37][83]");
+  EXPECT_EQ(Row(16), "16\t");
+  EXPECT_EQ(Row(26), "26\t");
+
+  // Keys that reach the dialog itself are lane keys as well.
+  Press(Qt::Key_2);
+  QTest::keyClick(dialog.get(), Qt::Key_Escape);
+  QTest::keyClick(dialog.get(), Qt::Key_Enter, Qt::KeypadModifier);
+  EXPECT_TRUE(dialog->isVisible());
+  EXPECT_EQ(Row(13), "13\t[13][27][88]");
+}
+
+TEST_F(KeyConfigDialogTest, ClearDefaultAndOk) {
+  Open();
+  Press(Qt::Key_Q);
+  QTest::mouseClick(Find<QPushButton>("cmdClear"), Qt::LeftButton);
+  EXPECT_EQ(dialog->workingKeyMap(), KeyMap{});
+  for (int32_t channel : kListedLanes) EXPECT_EQ(Row(channel), std::to_string(channel) + '\t');
+  ExpectLane(11);
+
+  Press(Qt::Key_Q);
+  QTest::mouseClick(Find<QPushButton>("cmdDefault"), Qt::LeftButton);
+  EXPECT_EQ(dialog->workingKeyMap(), DefaultKeyMap());
+  EXPECT_EQ(Row(16), "16\t[16][32]");
+
+  QTest::mouseClick(Find<QPushButton>("cmdClear"), Qt::LeftButton);
+  QTest::mouseClick(Find<QPushButton>("cmdOK"), Qt::LeftButton);
+  EXPECT_EQ(keyMap, KeyMap{});
+  EXPECT_EQ(dialog->result(), QDialog::Accepted);
+  EXPECT_FALSE(dialog->isVisible());
+}
+
+TEST_F(KeyConfigDialogTest, CancelLeavesTheKeyMapUntouched) {
+  Open();
+  Press(Qt::Key_Z);
+  Press(Qt::Key_2);
+  Press(Qt::Key_Q);
+  QTest::mouseClick(Find<QPushButton>("cmdCancel"), Qt::LeftButton);
+  EXPECT_EQ(keyMap, DefaultKeyMap());
+  EXPECT_EQ(dialog->result(), QDialog::Rejected);
+  EXPECT_FALSE(dialog->isVisible());
+}
+
+TEST_F(KeyConfigDialogTest, MouseSelectsTheLaneUnderThePoint) {
+  Open();
+  for (int32_t channel : kListedLanes) {
+    const QRect shape = dialog->laneShapeRect(channel);
+    ASSERT_FALSE(shape.isEmpty()) << channel;
+    EXPECT_TRUE(picture->rect().contains(shape)) << channel;
+    Click(shape.center());
+    ExpectLane(channel);
+  }
+  EXPECT_TRUE(dialog->laneShapeRect(17).isEmpty());
+
+  // The far edges belong to the shape.
+  const QRect key2 = dialog->laneShapeRect(12);
+  Click(QPoint(key2.x() + key2.width(), key2.y() + key2.height()));
+  ExpectLane(12);
+  const QRect scratch2 = dialog->laneShapeRect(26);
+  Click(scratch2.topLeft());
+  ExpectLane(26);
+  // Between shapes nothing changes.
+  Click(QPoint(key2.x() + key2.width() + 1, key2.y()));
+  ExpectLane(26);
+  Click(QPoint(0, 0));
+  ExpectLane(26);
+
+  // A row of the list selects its lane and leaves the keyboard on the picture.
+  auto* list = Find<QListWidget>("lstKeyList");
+  QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::NoModifier,
+                    list->visualItemRect(list->item(RowOf(28))).center());
+  ExpectLane(28);
+  EXPECT_EQ(dialog->focusWidget(), picture);
+  Press(Qt::Key_P);
+  EXPECT_EQ(dialog->workingKeyMap()['P'], 28);
+}
+
+TEST_F(KeyConfigDialogTest, PictureFramesTheCurrentLane) {
+  Open();
+  const auto framed = [&](int32_t channel) {
+    const QImage image = picture->grab().toImage();
+    const QRect shape = dialog->laneShapeRect(channel);
+    return image.pixel(shape.topLeft()) == kLaneHighlightRgb && image.pixel(shape.bottomRight()) == kLaneHighlightRgb;
+  };
+  EXPECT_EQ(picture->grab().size(), picture->size());
+  EXPECT_TRUE(framed(11));
+  EXPECT_FALSE(framed(12));
+  EXPECT_FALSE(framed(16));
+
+  Press(Qt::Key_2);
+  EXPECT_FALSE(framed(11));
+  EXPECT_TRUE(framed(12));
+  Click(dialog->laneShapeRect(16).center());
+  EXPECT_TRUE(framed(16));
+  EXPECT_FALSE(framed(12));
+}
+
+}  // namespace
+}  // namespace vremo

@@ -1,0 +1,312 @@
+// The player's windows with the command side attached: the play-list window
+// (rows, caption, keys, dragging), files dropped on the main window, play
+// records from the window, the record switch, auto-hide and the size list.
+#include <gtest/gtest.h>
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTest>
+#include <QTimer>
+
+#include "shell/key_config_dialog.h"
+#include "shell/main_window.h"
+#include "shell/play_list_window.h"
+#include "shell/player_commands.h"
+#include "shell/record_file.h"
+#include "tests/chart/chart_fixture.h"
+#include "tests/shell/window_test_support.h"
+
+namespace vremo {
+namespace {
+
+using testing::App;
+using testing::Crlf;
+using testing::TempFolder;
+using testing::WaitFor;
+
+class PlayerWindowTest : public ::testing::Test {
+ protected:
+  PlayerWindowTest() {
+    App();
+    window = std::make_unique<MainWindow>(folder.Path("home"));
+    commands = std::make_unique<PlayerCommands>(*window, folder.Path("home"));
+    window->StartUp();
+  }
+  ~PlayerWindowTest() override {
+    commands.reset();
+    window.reset();
+  }
+
+  template <typename T>
+  T* Find(const char* name) {
+    T* control = window->findChild<T*>(name);
+    EXPECT_NE(control, nullptr) << name;
+    return control;
+  }
+  QString Log() { return Find<QPlainTextEdit>("txtStatus")->toPlainText(); }
+
+  // A chart of `measures` 4/4 measures at 120 BPM (two seconds each).
+  std::string Song(const std::string& name, const std::string& artist, int measures) {
+    char last[16];
+    std::snprintf(last, sizeof last, "#%03d11:01", measures - 1);
+    return folder.Write("songs/" + name,
+                        Crlf({"#PLAYER 1", "#ARTIST " + artist, "#TITLE " + name, "#BPM 120", "#00111:01", last}));
+  }
+
+  void Drop(const std::vector<std::string>& paths) { window->FilesDropped(paths); }
+
+  std::vector<std::string> Titles() {
+    std::vector<std::string> titles;
+    for (const auto& entry : commands->playList().entries()) titles.push_back(entry.title);
+    return titles;
+  }
+
+  QMessageBox* Message() { return window->findChild<QMessageBox*>("messageBox"); }
+
+  TempFolder folder;
+  std::unique_ptr<MainWindow> window;
+  std::unique_ptr<PlayerCommands> commands;
+};
+
+TEST_F(PlayerWindowTest, PlayListRowsCaptionAndKeys) {
+  PlayList& list = commands->playList();
+  PlayListWindow& listWindow = commands->playListWindow();
+  QListWidget* rows = listWindow.list();
+  const std::string a = Song("a.bms", "Ann", 3);
+  list.ListAdd(a);
+  list.ListAdd(Song("b.bms", "Bob", 31));
+  list.ListAdd(Song("c.bms", "Cid", 2));
+  ASSERT_EQ(rows->count(), 3);
+  const int32_t lengthA = list.entries()[0].lengthMs;
+  const int32_t lengthB = list.entries()[1].lengthMs;
+  // The two songs differ by 28 measures of two seconds.
+  EXPECT_EQ(lengthB - lengthA, 56000);
+  EXPECT_EQ(rows->item(0)->text().toStdString(), "Ann - a.bms\t" + ListLengthText(lengthA));
+  EXPECT_EQ(rows->item(1)->text().toStdString().substr(0, 13), "Bob - b.bms\t1");
+  EXPECT_EQ(listWindow.windowTitle().toStdString().substr(0, 19), "PlayList [3songs/00");
+  EXPECT_TRUE(listWindow.windowTitle().endsWith("] - New List"));
+
+  // Alt+Down moves the selected entry and keeps it selected; Alt+Up at the
+  // top does nothing.
+  rows->setCurrentRow(0);
+  QTest::keyClick(rows, Qt::Key_Down, Qt::AltModifier);
+  EXPECT_EQ(Titles(), (std::vector<std::string>{"b.bms", "a.bms", "c.bms"}));
+  EXPECT_EQ(rows->currentRow(), 1);
+  EXPECT_EQ(rows->item(1)->text().left(3), "Ann");
+  QTest::keyClick(rows, Qt::Key_Down, Qt::AltModifier);
+  QTest::keyClick(rows, Qt::Key_Down, Qt::AltModifier);  // already last
+  EXPECT_EQ(Titles(), (std::vector<std::string>{"b.bms", "c.bms", "a.bms"}));
+  rows->setCurrentRow(0);
+  QTest::keyClick(rows, Qt::Key_Up, Qt::AltModifier);
+  EXPECT_EQ(Titles(), (std::vector<std::string>{"b.bms", "c.bms", "a.bms"}));
+
+  // Enter plays the selected entry; Delete removes it.
+  rows->setCurrentRow(2);
+  QTest::keyClick(rows, Qt::Key_Return);
+  EXPECT_EQ(window->playTag(), a);
+  EXPECT_EQ(list.currentIndex(), 2);
+  QTest::keyClick(rows, Qt::Key_Delete);
+  EXPECT_EQ(Titles(), (std::vector<std::string>{"b.bms", "c.bms"}));
+  EXPECT_EQ(listWindow.windowTitle().toStdString().substr(0, 19), "PlayList [2songs/00");
+
+  // Without a selection the keys do nothing.
+  rows->setCurrentRow(-1);
+  rows->clearSelection();
+  QTest::keyClick(rows, Qt::Key_Delete);
+  EXPECT_EQ(list.Count(), 1);
+
+  // The repeat switches reach the list: with "Rep 1" the same song again.
+  listWindow.repeatSwitch(0)->setChecked(true);
+  list.ListPlay(1);
+  list.ListNext();
+  EXPECT_EQ(list.currentIndex(), 1);
+  listWindow.repeatSwitch(0)->setChecked(false);
+  listWindow.repeatSwitch(1)->setChecked(true);
+  list.ListNext();
+  EXPECT_EQ(list.currentIndex(), 0);
+  EXPECT_EQ(rows->currentRow(), 0);
+}
+
+TEST_F(PlayerWindowTest, DraggingARowMovesItsEntry) {
+  PlayList& list = commands->playList();
+  PlayListWindow& listWindow = commands->playListWindow();
+  for (const char* name : {"a.bms", "b.bms", "c.bms", "d.bms"}) list.ListAdd(Song(name, "X", 2));
+  listWindow.show();
+  QListWidget* rows = listWindow.list();
+  ASSERT_TRUE(WaitFor([&] { return rows->isVisible(); }));
+  QWidget* viewport = rows->viewport();
+  auto centre = [&](int row) { return rows->visualItemRect(rows->item(row)).center(); };
+  EXPECT_EQ(listWindow.RowUnderMouse(centre(2).y()), 2);
+  EXPECT_EQ(listWindow.RowUnderMouse(100000), 3);  // below the rows: the last one
+
+  auto mouse = [&](QEvent::Type type, QPoint at, Qt::MouseButton button, Qt::MouseButtons held) {
+    QMouseEvent event(type, at, viewport->mapToGlobal(at), button, held, Qt::NoModifier);
+    QApplication::sendEvent(viewport, &event);
+  };
+  mouse(QEvent::MouseButtonPress, centre(0), Qt::LeftButton, Qt::LeftButton);
+  mouse(QEvent::MouseMove, centre(2), Qt::NoButton, Qt::LeftButton);
+  mouse(QEvent::MouseButtonRelease, centre(2), Qt::LeftButton, Qt::NoButton);
+  EXPECT_EQ(Titles(), (std::vector<std::string>{"b.bms", "c.bms", "a.bms", "d.bms"}));
+  EXPECT_EQ(rows->currentRow(), 2);
+  // Moving without the button held moves nothing.
+  mouse(QEvent::MouseMove, centre(0), Qt::NoButton, Qt::NoButton);
+  EXPECT_EQ(Titles(), (std::vector<std::string>{"b.bms", "c.bms", "a.bms", "d.bms"}));
+  // Upwards, row 3 to row 1.
+  mouse(QEvent::MouseButtonPress, centre(3), Qt::LeftButton, Qt::LeftButton);
+  mouse(QEvent::MouseMove, centre(1), Qt::NoButton, Qt::LeftButton);
+  mouse(QEvent::MouseButtonRelease, centre(1), Qt::LeftButton, Qt::NoButton);
+  EXPECT_EQ(Titles(), (std::vector<std::string>{"b.bms", "d.bms", "c.bms", "a.bms"}));
+}
+
+TEST_F(PlayerWindowTest, DroppedFilesGoToTheListOrTheRecord) {
+  PlayList& list = commands->playList();
+  const std::string a = Song("a.bms", "Ann", 2);
+  const std::string b = Song("b.bms", "Bob", 2);
+  const std::string c = Song("c.bms", "Cid", 2);
+
+  // One chart: a new list of one, played, the list window stays hidden.
+  Drop({b});
+  EXPECT_EQ(Titles(), (std::vector<std::string>{"b.bms"}));
+  EXPECT_EQ(window->playTag(), b);
+  EXPECT_FALSE(commands->playListWindow().isVisible());
+
+  // Several: the list window opens with all of them, the first plays.
+  Drop({c, a});
+  EXPECT_EQ(Titles(), (std::vector<std::string>{"c.bms", "a.bms"}));
+  EXPECT_EQ(window->playTag(), c);
+  EXPECT_TRUE(commands->playListWindow().isVisible());
+
+  // A list file replaces the list and plays its first entry.
+  list.ListClear();
+  list.ListAdd(a);
+  list.ListAdd(b);
+  list.ListSave(folder.Path("two.vrl"));
+  list.ListClear();
+  Drop({folder.Path("two.vrl")});
+  EXPECT_EQ(Titles(), (std::vector<std::string>{"a.bms", "b.bms"}));
+  EXPECT_EQ(window->playTag(), a);
+
+  // A folder brings every chart under it.
+  Drop({folder.Path("songs")});
+  EXPECT_EQ(Titles(), (std::vector<std::string>{"a.bms", "b.bms", "c.bms"}));
+
+  // A record of another chart: the message, and the record stays empty.
+  PlayRecord presses;
+  presses.StartRecording();
+  presses.Append({1, 200, 0, 11, 1, 0});
+  presses.Append({1, 250, 0, 12, 2, 0});
+  RecordChart other = RecordChartOf(window->chart());
+  other.bmsId += 1;
+  ASSERT_TRUE(SaveRecord(folder.Path("other.vpd"), presses, other));
+  Drop({folder.Path("other.vpd"), a});
+  QMessageBox* box = Message();
+  ASSERT_NE(box, nullptr);
+  EXPECT_EQ(box->text(), "this record file cannot use for this BMS!");
+  EXPECT_EQ(box->windowTitle(), "bms-id is not collect");
+  EXPECT_EQ(box->icon(), QMessageBox::Critical);
+  EXPECT_EQ(window->engine().record().length(), 0);
+  EXPECT_EQ(Titles().size(), 3u);  // the chart after the record was not added
+  box->close();
+  ASSERT_TRUE(WaitFor([&] { return Message() == nullptr; }));
+
+  // One of this chart: loaded, with its J-Pts lines.
+  ASSERT_TRUE(SaveRecord(folder.Path("mine.VPD"), presses, RecordChartOf(window->chart())));
+  Drop({folder.Path("mine.VPD")});
+  EXPECT_EQ(Message(), nullptr);
+  EXPECT_EQ(window->engine().record().length(), 2);
+  EXPECT_EQ(window->engine().record().Entry(1).position, 250);
+  EXPECT_TRUE(Log().contains("----------------\nJ-Pts: "));
+}
+
+TEST_F(PlayerWindowTest, RecordSwitchLocksWhatWouldSpoilTheRecord) {
+  auto* record = Find<QCheckBox>("chkUserRecord");
+  auto* userPlay = Find<QCheckBox>("chkUserPlay");
+  auto* playKeySound = Find<QCheckBox>("chkSet5");
+  auto* playRec = Find<QCheckBox>("chkSet6");
+  auto* showRec = Find<QCheckBox>("chkSet7");
+  auto* save = Find<QPushButton>("cmdRecSave");
+  auto* load = Find<QPushButton>("cmdRecLoad");
+  playRec->setChecked(true);
+  showRec->setChecked(true);
+  playKeySound->setChecked(true);
+
+  record->click();
+  EXPECT_TRUE(window->settings().userRec);
+  EXPECT_TRUE(userPlay->isChecked());
+  EXPECT_FALSE(playRec->isChecked());
+  EXPECT_FALSE(showRec->isChecked());
+  EXPECT_FALSE(playKeySound->isChecked());
+  for (QWidget* control : std::initializer_list<QWidget*>{playRec, showRec, save, load, userPlay}) {
+    EXPECT_FALSE(control->isEnabled()) << control->objectName().toStdString();
+  }
+
+  record->click();
+  EXPECT_FALSE(window->settings().userRec);
+  for (QWidget* control : std::initializer_list<QWidget*>{playRec, showRec, save, load, userPlay}) {
+    EXPECT_TRUE(control->isEnabled()) << control->objectName().toStdString();
+  }
+}
+
+TEST_F(PlayerWindowTest, AutoHideGivesThePlayTheWindow) {
+  const std::string song = Song("a.bms", "Ann", 40);
+  auto* log = Find<QPlainTextEdit>("txtStatus");
+  auto* seek = Find<QScrollBar>("hscSeek");
+  Find<QCheckBox>("chkAutoHide")->setChecked(true);
+  EXPECT_TRUE(log->isVisible());  // only while playing
+
+  bool hiddenWhilePlaying = false;
+  std::function<void()> during = [&] {
+    if (!window->engine().state().running) {
+      QTimer::singleShot(5, during);
+      return;
+    }
+    hiddenWhilePlaying = !log->isVisible() && !seek->isVisible();
+    window->RequestStop();
+  };
+  QTimer::singleShot(0, during);
+  window->RequestPlay(song);
+  ASSERT_TRUE(WaitFor([&] { return Log().contains("PlayLoop complete"); }));
+  EXPECT_TRUE(hiddenWhilePlaying);
+  EXPECT_TRUE(log->isVisible());
+  EXPECT_TRUE(seek->isVisible());
+}
+
+TEST_F(PlayerWindowTest, SizeListSetsTheDrawingArea) {
+  auto* size = Find<QComboBox>("cmbSize");
+  QWidget* draw = Find<QWidget>("picDraw");
+  for (const char* item : {"1.5", "2"}) {
+    const int wanted = static_cast<int>(kSizeUnitPixels * QString(item).toDouble());
+    size->setCurrentText(item);
+    emit size->textActivated(item);
+    EXPECT_TRUE(WaitFor([&] { return draw->width() == wanted && draw->height() == wanted; }))
+        << item << ": " << draw->width() << " x " << draw->height();
+  }
+}
+
+TEST_F(PlayerWindowTest, KeyButtonOpensTheDialogAndOkKeepsTheKeys) {
+  bool dialogSeen = false;
+  std::function<void()> inDialog = [&] {
+    auto* dialog = qobject_cast<KeyConfigDialog*>(QApplication::activeModalWidget());
+    if (dialog == nullptr) {
+      QTimer::singleShot(5, inDialog);
+      return;
+    }
+    dialogSeen = true;
+    dialog->SelectLane(12);
+    QTest::keyClick(dialog->findChild<QWidget*>("picKeyDown"), Qt::Key_Q);
+    dialog->findChild<QPushButton*>("cmdOK")->click();
+  };
+  QTimer::singleShot(0, inDialog);
+  Find<QPushButton>("cmdKeyConf")->click();
+  EXPECT_TRUE(dialogSeen);
+  EXPECT_EQ(window->keyMap()['Q'], 12);
+  EXPECT_EQ(window->keyMap()['Z'], 11);  // the others stay
+}
+
+}  // namespace
+}  // namespace vremo
