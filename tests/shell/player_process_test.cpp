@@ -1,14 +1,19 @@
 // The real player as separate processes: the command channel with the
 // bundled client, the hand-over of a second start, and closing.
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "tests/support/temp_folder.h"
 
@@ -16,6 +21,50 @@ namespace vremo {
 namespace {
 
 using testing::TempFolder;
+
+constexpr int kPartnerWaitMs = 30000;
+
+// A chart editor's side of the channel: a raw local socket that stays
+// connected and collects every line the player sends.
+class Partner {
+ public:
+  explicit Partner(const std::string& path) {
+    fd_ = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
+    connected_ = ::connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+  }
+  ~Partner() { ::close(fd_); }
+  bool connected() const { return connected_; }
+  void Send(const std::string& line) {
+    EXPECT_EQ(::send(fd_, line.data(), line.size(), MSG_NOSIGNAL), ssize_t(line.size()));
+  }
+  // Reads until `text` has arrived (true) or the player falls silent for
+  // good; everything read stays in received().
+  bool WaitFor(const std::string& text) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPartnerWaitMs);
+    while (received_.find(text, consumed_) == std::string::npos) {
+      if (std::chrono::steady_clock::now() > end) return false;
+      pollfd one{fd_, POLLIN, 0};
+      if (::poll(&one, 1, 100) <= 0) continue;
+      char buffer[4096];
+      const ssize_t n = ::read(fd_, buffer, sizeof buffer);
+      if (n <= 0) return received_.find(text, consumed_) != std::string::npos;
+      received_.append(buffer, static_cast<size_t>(n));
+    }
+    consumed_ = received_.find(text, consumed_) + text.size();
+    return true;
+  }
+  const std::string& received() const { return received_; }
+  int fd() const { return fd_; }
+
+ private:
+  int fd_ = -1;
+  bool connected_ = false;
+  std::string received_;
+  size_t consumed_ = 0;
+};
 
 struct Output {
   int status;
@@ -28,6 +77,11 @@ class PlayerProcess : public ::testing::Test {
     ::setenv("VREMO_HOME", folder.Path("home").c_str(), 1);
     ::setenv("XDG_RUNTIME_DIR", folder.Path("run").c_str(), 1);
     std::filesystem::create_directories(folder.Path("run"));
+    // Both windows' places, to be found again in the file after the run.
+    folder.Write("home/vremo.ini",
+                 "[MainForm]\r\nLeft=30\r\nTop=40\r\nWidth=1000\r\nHeight=700\r\nWindowState=0\r\n"
+                 "[PlayList]\r\nLeft=50\r\nTop=60\r\nWidth=300\r\nHeight=200\r\nWindowState=0\r\n"
+                 "[Setting]\r\nSleep=1\r\nHiSpeed=1\r\nRealHiSpeed=1\r\n");
     ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
     ::setenv("SDL_AUDIODRIVER", "dummy", 1);
     // What the desktop libraries keep until exit is no concern of this test.
@@ -58,9 +112,9 @@ class PlayerProcess : public ::testing::Test {
     out.status = WEXITSTATUS(::pclose(pipe));
     return out;
   }
-  // Waits up to five seconds for the player to end; its exit status or -1.
-  int WaitForExit() {
-    for (int i = 0; i < 100; ++i) {
+  // Waits up to `seconds` for the player to end; its exit status or -1.
+  int WaitForExit(int seconds = 5) {
+    for (int i = 0; i < seconds * 20; ++i) {
       int status = 0;
       if (::waitpid(player_, &status, WNOHANG) == player_) {
         player_ = -1;
@@ -94,6 +148,79 @@ TEST_F(PlayerProcess, ChannelLoadsSeeksHandsOverAndQuits) {
   EXPECT_EQ(WaitForExit(), 0);
   // Nothing runs any more: the client says so.
   EXPECT_EQ(Run("--send LSTOP").status, 1);
+}
+
+TEST_F(PlayerProcess, HandedOverChartPlaysAndQuitAfterPlayCloses) {
+  // Two 4/4 measures at 240 BPM: a two-second song.
+  const std::string song = folder.Write("short.bms", "#PLAYER 1\r\n#BPM 240\r\n#00111:01\r\n#00211:01\r\n");
+  // Another chart: the same one would not be loaded again, so the caption
+  // would keep the passed command and the player would apply it at every
+  // poll, restarting the song.
+  const std::string other = folder.Write("other.bms", "#PLAYER 1\r\n#BPM 240\r\n#00111:01\r\n");
+  const std::string handOver = folder.Read("home/temp.dat");
+  Partner partner(handOver.substr(0, handOver.find_first_of("\r\n")));
+  ASSERT_TRUE(partner.connected());
+  partner.Send("LSTOP\n");
+  ASSERT_TRUE(partner.WaitFor("POK\n"));
+
+  // A second start with a chart: the running player plays it, and (being
+  // linked) tells its partner when the song has ended by itself.
+  EXPECT_EQ(Run("'" + song + "'").status, 0);
+  EXPECT_TRUE(partner.WaitFor("PLENGTH ")) << partner.received();
+  EXPECT_TRUE(partner.WaitFor("PNEXT\n")) << partner.received();
+
+  // With -Q the player closes after the song.
+  EXPECT_EQ(Run("'" + other + "' -Q").status, 0);
+  EXPECT_TRUE(partner.WaitFor("PLENGTH ")) << partner.received();
+  EXPECT_TRUE(partner.WaitFor("PCLOSE\n")) << partner.received();
+  EXPECT_EQ(WaitForExit(30), 0);
+
+  // The windows' places went back into the settings file.
+  const std::string settings = folder.Read("home/vremo.ini");
+  EXPECT_NE(settings.find("[PlayList]\r\nLeft=50\r\nTop=60\r\nWidth=300\r\nHeight=200\r\nWindowState=0\r\n"),
+            std::string::npos)
+      << settings;
+  EXPECT_NE(settings.find("[MainForm]\r\nLeft=30\r\nTop=40\r\nWidth=1000\r\nHeight=700\r\n"), std::string::npos)
+      << settings;
+}
+
+TEST_F(PlayerProcess, BadInputOnTheChannelDoesNotStopThePlay) {
+  const std::string handOver = folder.Read("home/temp.dat");
+  const std::string channel = handOver.substr(0, handOver.find_first_of("\r\n"));
+  Partner partner(channel);
+  ASSERT_TRUE(partner.connected());
+  partner.Send(std::string("LLOAD ") + VREMO_DEMO_CHART + "\n");
+  ASSERT_TRUE(partner.WaitFor("PLENGTH 55538\n")) << partner.received();
+
+  {
+    // A 10 MB line, NUL bytes, invalid UTF-8, and a crowd that comes and
+    // goes at once.
+    Partner flood(channel);
+    const std::string line(10 << 20, 'L');
+    size_t sent = 0;
+    while (sent < line.size()) {
+      const ssize_t n = ::send(flood.fd(), line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
+      if (n <= 0) break;  // the player hung up on the endless line
+      sent += static_cast<size_t>(n);
+    }
+    partner.Send(std::string("LSTOP\0x\n", 9));
+    partner.Send("LSTOP \xC3\x28\n");
+    std::vector<std::unique_ptr<Partner>> crowd;
+    for (int i = 0; i < 200; ++i) crowd.push_back(std::make_unique<Partner>(channel));
+  }
+
+  // Still playing: a seek near the end answers, and the song then ends by
+  // itself.
+  partner.Send("LSEEK 6300\n");
+  EXPECT_TRUE(partner.WaitFor("POK\n")) << partner.received();
+  EXPECT_TRUE(partner.WaitFor("PNEXT\n")) << partner.received();
+  // LLOAD and LSEEK were answered, the two bad lines were not.
+  size_t answers = 0;
+  for (size_t at = partner.received().find("POK\n"); at != std::string::npos;
+       at = partner.received().find("POK\n", at + 1)) {
+    ++answers;
+  }
+  EXPECT_EQ(answers, 2u) << partner.received();
 }
 
 }  // namespace
