@@ -54,6 +54,16 @@ QPushButton* Button(const QString& name, const QString& text, const QString& tip
   return button;
 }
 
+// Asks for the whole options panel (a plain scroll area caps its wish at a
+// few dozen lines) and scrolls only when the window is shorter.
+class OptionsScroll : public QScrollArea {
+ public:
+  QSize sizeHint() const override {
+    const QSize panel = widget() != nullptr ? widget()->sizeHint() : QSize();
+    return panel + QSize(verticalScrollBar()->sizeHint().width() + 2 * frameWidth(), 2 * frameWidth());
+  }
+};
+
 }  // namespace
 
 MainWindow::MainWindow(std::string programFolder)
@@ -139,7 +149,7 @@ void MainWindow::PreperForm() {
   auto* right = new QVBoxLayout(rightPanel);
   right->setContentsMargins(0, 0, 0, 0);
   // The options scroll when the window is short, so any size fits.
-  auto* options = new QScrollArea;
+  auto* options = new OptionsScroll;
   options->setWidget(MakeOptionsPanel());
   options->setWidgetResizable(true);
   options->setFrameShape(QFrame::NoFrame);
