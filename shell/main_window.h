@@ -80,6 +80,9 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   void SetNextSongHandler(std::function<void()> handler) { nextSong_ = std::move(handler); }
   // What cmdRew / F1 call (the play list's previous entry).
   void SetPreviousSongHandler(std::function<void()> handler) { previousSong_ = std::move(handler); }
+  // Runs just before each play starts (the play list re-reads the entry
+  // that plays, so an edited chart shows its new title and length).
+  void SetPlayStartHandler(std::function<void()> handler) { playStart_ = std::move(handler); }
   // The partner program's notices: "PLENGTH " + length before a play,
   // "PNEXT" after a song that ended by itself.
   void SetLinkedPartner(std::function<void(std::string)> notify) { partner_ = std::move(notify); }
@@ -233,6 +236,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   bool savedWSize_ = false;
   std::function<void()> nextSong_;
   std::function<void()> previousSong_;
+  std::function<void()> playStart_;
   std::function<void(std::string)> partner_;
   std::function<bool()> linked_;
   std::function<void()> shutdown_;

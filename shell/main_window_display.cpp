@@ -86,7 +86,8 @@ void MainWindow::ApplyAutoHide() {
 }
 
 void MainWindow::MakeTrayIcon() {
-  if (!QSystemTrayIcon::isSystemTrayAvailable()) return;
+  // Made even without a tray, so the caption always has somewhere to go;
+  // shown only where a panel offers one.
   tray_ = new QSystemTrayIcon(style()->standardIcon(QStyle::SP_MediaPlay), this);
   tray_->setToolTip(windowTitle());
   connect(tray_, &QSystemTrayIcon::activated, this, [this] {
@@ -94,7 +95,7 @@ void MainWindow::MakeTrayIcon() {
     raise();
     activateWindow();
   });
-  tray_->show();
+  if (QSystemTrayIcon::isSystemTrayAvailable()) tray_->show();
 }
 
 void MainWindow::ModifyIcon(const QString& text) {

@@ -82,6 +82,7 @@ void MainWindow::timPlay_Timer() {
     control->setEnabled(false);
   }
   inPlaySequence_ = true;
+  if (playStart_) playStart_();
   picDraw->setFocus();
   engine_->StartPlay();
   ApplyAutoHide();

@@ -77,6 +77,8 @@ class PlayerProcess : public ::testing::Test {
     ::setenv("VREMO_HOME", folder.Path("home").c_str(), 1);
     ::setenv("XDG_RUNTIME_DIR", folder.Path("run").c_str(), 1);
     std::filesystem::create_directories(folder.Path("run"));
+    // A runtime folder others may read is refused (and a shared one used).
+    std::filesystem::permissions(folder.Path("run"), std::filesystem::perms::owner_all);
     // Both windows' places, to be found again in the file after the run.
     folder.Write("home/vremo.ini",
                  "[MainForm]\r\nLeft=30\r\nTop=40\r\nWidth=1000\r\nHeight=700\r\nWindowState=0\r\n"

@@ -10,6 +10,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QSystemTrayIcon>
 #include <QTest>
 #include <QTimer>
 
@@ -306,6 +307,50 @@ TEST_F(PlayerWindowTest, KeyButtonOpensTheDialogAndOkKeepsTheKeys) {
   EXPECT_TRUE(dialogSeen);
   EXPECT_EQ(window->keyMap()['Q'], 12);
   EXPECT_EQ(window->keyMap()['Z'], 11);  // the others stay
+}
+
+TEST_F(PlayerWindowTest, TransportButtonsAndKeysWalkTheList) {
+  PlayList& list = commands->playList();
+  const std::string a = Song("a.bms", "Ann", 2);
+  const std::string b = Song("b.bms", "Bob", 2);
+  list.ListAdd(a);
+  list.ListAdd(b);
+  list.ListPlay(0);
+  Find<QPushButton>("cmdFF")->setEnabled(true);
+  Find<QPushButton>("cmdRew")->setEnabled(true);
+  Find<QPushButton>("cmdFF")->click();
+  EXPECT_EQ(window->playTag(), b);
+  EXPECT_EQ(list.currentIndex(), 1);
+  Find<QPushButton>("cmdFF")->click();  // the last one, no repeat: nothing
+  EXPECT_EQ(list.currentIndex(), 1);
+  QTest::keyPress(window.get(), Qt::Key_F1);
+  EXPECT_EQ(window->playTag(), a);
+  QTest::keyPress(window.get(), Qt::Key_F1);  // the first one: nothing
+  EXPECT_EQ(list.currentIndex(), 0);
+  QTest::keyPress(window.get(), Qt::Key_F4);
+  EXPECT_EQ(window->playTag(), b);
+  Find<QPushButton>("cmdRew")->click();
+  EXPECT_EQ(window->playTag(), a);
+}
+
+TEST_F(PlayerWindowTest, CaptionReachesTitleAndTrayIcon) {
+  window->log().SetCaption("loading...");
+  EXPECT_EQ(window->windowTitle(), "Vremo v0.26 release - loading...");
+  auto* tray = window->findChild<QSystemTrayIcon*>();
+  ASSERT_NE(tray, nullptr);
+  EXPECT_EQ(tray->toolTip(), "loading...");
+
+  // A loaded chart puts its genre, title and artist there, and the list
+  // re-reads the entry that plays.
+  const std::string song = folder.Write(
+      "song.bms", Crlf({"#PLAYER 1", "#GENRE Drum", "#TITLE Old", "#ARTIST Ann", "#BPM 240", "#00111:01"}));
+  commands->playList().ListAdd(song);
+  folder.Write("song.bms", Crlf({"#PLAYER 1", "#GENRE Drum", "#TITLE New", "#ARTIST Ann", "#BPM 240", "#00111:01"}));
+  commands->playList().ListPlay(0);
+  ASSERT_TRUE(WaitFor([&] { return Log().contains("PlayLoop complete"); }));
+  EXPECT_EQ(window->windowTitle(), "Vremo v0.26 release - [Drum] New / Ann");
+  EXPECT_EQ(tray->toolTip(), "[Drum] New / Ann");
+  EXPECT_EQ(commands->playListWindow().list()->item(0)->text().left(9), "Ann - New");
 }
 
 }  // namespace
