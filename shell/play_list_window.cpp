@@ -207,27 +207,24 @@ bool PlayListWindow::eventFilter(QObject* watched, QEvent* event) {
     return ListKeyDown(key->key(), key->modifiers());
   }
   if (watched != lstPlayList->viewport()) return false;
+  const QEvent::Type type = event->type();
+  if (type != QEvent::MouseButtonPress && type != QEvent::MouseMove && type != QEvent::MouseButtonRelease) {
+    return false;
+  }
   const auto* mouse = static_cast<QMouseEvent*>(event);
-  switch (event->type()) {
-    case QEvent::MouseButtonPress:
-      if (mouse->button() == Qt::LeftButton) dragFrom_ = RowUnderMouse(mouse->position().toPoint().y());
-      break;
-    case QEvent::MouseMove:
-      if ((mouse->buttons() & Qt::LeftButton) && dragFrom_ >= 0) {
-        const int to = RowUnderMouse(mouse->position().toPoint().y());
-        if (to >= 0 && to != dragFrom_) {
-          list_.ListMove(dragFrom_, to);
-          dragFrom_ = to;
-          lstPlayList->setCurrentRow(to);
-          return true;
-        }
-      }
-      break;
-    case QEvent::MouseButtonRelease:
-      dragFrom_ = -1;
-      break;
-    default:
-      break;
+  const int y = mouse->position().toPoint().y();
+  if (type == QEvent::MouseButtonPress && mouse->button() == Qt::LeftButton) {
+    dragFrom_ = RowUnderMouse(y);
+  } else if (type == QEvent::MouseMove && (mouse->buttons() & Qt::LeftButton) && dragFrom_ >= 0) {
+    const int to = RowUnderMouse(y);
+    if (to >= 0 && to != dragFrom_) {
+      list_.ListMove(dragFrom_, to);
+      dragFrom_ = to;
+      lstPlayList->setCurrentRow(to);
+      return true;
+    }
+  } else if (type == QEvent::MouseButtonRelease) {
+    dragFrom_ = -1;
   }
   return false;
 }
