@@ -346,9 +346,17 @@ QWidget* MainWindow::MakeOptionsPanel() {
   for (int i = 0; i < 2; ++i) {
     auto* option = new QRadioButton(i == 0 ? tr("Fit window") : tr("Fixed size"));
     option->setObjectName(QString("optWSize%1").arg(i));
-    option->setToolTip(tr("How the drawing area follows the window"));
+    option->setToolTip(i == 0 ? tr("The drawing area grows and shrinks with the window")
+                              : tr("The drawing area keeps its size (pick one under Size)"));
     connect(option, &QRadioButton::toggled, this, [this, i](bool on) {
-      if (on && !applyingSettings_) settings_.wndMode = static_cast<int16_t>(i);
+      if (!on) return;
+      if (!applyingSettings_) settings_.wndMode = static_cast<int16_t>(i);
+      // Full screen forces this option on; the size kept is the window's.
+      if (i == 1 && !layout_.loading && !fullScreen()) {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+        fixedDrawSize_ = picDraw->size();
+      }
+      ApplyDrawSizeMode();
     });
     optWSize.push_back(option);
   }

@@ -200,6 +200,9 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   // main_window_display.cpp: sizes, resizing, tray.
   void DispResizeNow();
   void cmbSize_Change();
+  // optWSize: "Fixed size" pins picDraw to fixedDrawSize_ in window mode,
+  // "Fit window" lets it follow the window.
+  void ApplyDrawSizeMode();
   void LoadLayout();
   void ModifyIcon(const QString& text);
   void MakeTrayIcon();
@@ -234,6 +237,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   QRect savedPlacement_;
   bool savedAutoHide_ = false;
   bool savedWSize_ = false;
+  QSize fixedDrawSize_;
   std::function<void()> nextSong_;
   std::function<void()> previousSong_;
   std::function<void()> playStart_;

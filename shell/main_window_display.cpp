@@ -40,6 +40,7 @@ void MainWindow::SetScreenMode(bool full) {
     optWSize[savedWSize_ ? 1 : 0]->setChecked(true);
   }
   layout_.loading = false;
+  ApplyDrawSizeMode();
   ApplyAutoHide();
   media_->InitDirectDraw();
   DispResizeNow();
@@ -63,7 +64,21 @@ void MainWindow::cmbSize_Change() {
   if (!size || *size == 0 || fullScreen()) return;
   // Sizes are read from a settled layout, not one a pending event will move.
   QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
-  resize(width() + (*size - picDraw->width()), height() + (*size - picDraw->height()));
+  const QSize window(width() + (*size - picDraw->width()), height() + (*size - picDraw->height()));
+  if (optWSize[1]->isChecked()) {
+    fixedDrawSize_ = QSize(*size, *size);
+    ApplyDrawSizeMode();
+  }
+  resize(window);
+}
+
+void MainWindow::ApplyDrawSizeMode() {
+  if (optWSize[1]->isChecked() && !fullScreen() && fixedDrawSize_.isValid()) {
+    picDraw->setFixedSize(fixedDrawSize_);
+  } else {
+    picDraw->setMinimumSize(kSizeUnitPixels, kSizeUnitPixels);
+    picDraw->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+  }
 }
 
 void MainWindow::LoadLayout() {

@@ -9,6 +9,7 @@
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QScrollBar>
 #include <QSystemTrayIcon>
 #include <QTest>
@@ -287,6 +288,19 @@ TEST_F(PlayerWindowTest, SizeListSetsTheDrawingArea) {
     EXPECT_TRUE(WaitFor([&] { return draw->width() == wanted && draw->height() == wanted; }))
         << item << ": " << draw->width() << " x " << draw->height();
   }
+
+  // "Fixed size" keeps the area when the window grows; "Fit window" follows.
+  Find<QRadioButton>("optWSize1")->click();
+  window->resize(window->width() + 100, window->height() + 80);
+  WaitFor([&] { return window->height() >= 80 + 512; });
+  QCoreApplication::processEvents();
+  EXPECT_EQ(draw->size(), QSize(512, 512));
+  size->setCurrentText("1.5");
+  emit size->textActivated("1.5");
+  EXPECT_TRUE(WaitFor([&] { return draw->size() == QSize(384, 384); }));
+  Find<QRadioButton>("optWSize0")->click();
+  window->resize(window->width() + 100, window->height() + 100);
+  EXPECT_TRUE(WaitFor([&] { return draw->width() > 384 && draw->height() > 384; }));
 }
 
 TEST_F(PlayerWindowTest, KeyButtonOpensTheDialogAndOkKeepsTheKeys) {
