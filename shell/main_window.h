@@ -43,6 +43,7 @@ class QTimer;
 namespace vremo {
 
 class DrawArea;
+struct LoadCounts;
 class TitleStrip;
 
 inline constexpr int kPlayTimerIntervalMs = 1;
@@ -184,6 +185,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   // in full screen, and while playing when the auto-hide box is checked.
   void ApplyAutoHide();
   void DrawIdleFrame();
+  void ShowLoadProgress(const LoadCounts& counts);
   void SetPlayButtonIcon(bool playing);
   void picDraw_Pressed(int x, int y);
   void picDraw_Dragged(int x, int y);

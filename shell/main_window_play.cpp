@@ -5,6 +5,7 @@
 #include <QComboBox>
 #include <QFileDialog>
 #include <QLabel>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QStyle>
@@ -19,6 +20,7 @@
 #include "chart/chart_text.h"
 #include "chart/numbers.h"
 #include "shell/draw_area.h"
+#include "shell/load_progress.h"
 #include "shell/main_window.h"
 #include "shell/title_strip.h"
 
@@ -54,11 +56,14 @@ void MainWindow::timPlay_Timer() {
     picTitle->ShowSongMessage("Now Loading...");
     media_->PrepareSurfaces();
     sounds_.ReleaseSounds();
-    LoadContext context{log_, *media_, {settings_.noWav, settings_.noBga, settings_.realHiSpeed}, [this] {
+    LoadProgress progress(*media_, [this](const LoadCounts& counts) { ShowLoadProgress(counts); });
+    LoadContext context{log_, progress, {settings_.noWav, settings_.noBga, settings_.realHiSpeed}, [this] {
                           layoutContext_->sides = SideSwitchesOf(*chart_);
                           LoadLayout();
                         }};
-    if (LoadChart(playTag_, *chart_, context) != kLoadOk) {
+    const int32_t loaded = LoadChart(playTag_, *chart_, context);
+    ShowLoadProgress(progress.counts());
+    if (loaded != kLoadOk) {
       log_.PutLog("BMS load error");
       SetPlayButtonIcon(false);
       for (QPushButton* button : {cmdPlay, cmdStop, cmdReload}) button->setEnabled(false);
@@ -112,6 +117,15 @@ void MainWindow::timPlay_Timer() {
     } else if (nextSong_) {
       nextSong_();
     }
+  }
+}
+
+void MainWindow::ShowLoadProgress(const LoadCounts& counts) {
+  lblInfo->setText(tr("Now Loading... %1 sounds, %2 pictures").arg(counts.sounds).arg(counts.pictures));
+  // The load holds the event loop: paint the progress and the log now.
+  for (QWidget* widget :
+       {static_cast<QWidget*>(lblInfo), static_cast<QWidget*>(txtStatus), static_cast<QWidget*>(picTitle)}) {
+    if (widget->isVisible()) widget->repaint();
   }
 }
 
