@@ -3,13 +3,12 @@
 #include <QDir>
 #include <QDragEnterEvent>
 #include <QFileDialog>
-#include <QFileInfo>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
 
+#include "shell/file_dialog_filter.h"
 #include "shell/main_window.h"
-#include "shell/play_list_window.h"
 #include "shell/record_file.h"
 
 namespace vremo {

@@ -64,6 +64,7 @@ void MainWindow::timPlay_Timer() {
     const int32_t loaded = LoadChart(playTag_, *chart_, context);
     ShowLoadProgress(progress.counts());
     if (loaded != kLoadOk) {
+      lblInfo->clear();
       log_.PutLog("BMS load error");
       SetPlayButtonIcon(false);
       for (QPushButton* button : {cmdPlay, cmdStop, cmdReload}) button->setEnabled(false);

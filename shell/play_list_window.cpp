@@ -13,6 +13,7 @@
 #include <QStringList>
 #include <QVBoxLayout>
 
+#include "shell/file_dialog_filter.h"
 #include "shell/play_list.h"
 #include "shell/window_placement.h"
 
@@ -26,19 +27,6 @@ constexpr std::string_view kSearchingCaption = "searching files...";
 QString FromView(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<int>(text.size())); }
 
 }  // namespace
-
-QString DialogFilter(std::string_view filter) {
-  const QStringList parts = FromView(filter).split('|');
-  QStringList filters;
-  for (int i = 0; i + 1 < parts.size(); i += 2) {
-    QStringList patterns = parts[i + 1].split(';', Qt::SkipEmptyParts);
-    for (QString& pattern : patterns) {
-      if (pattern == "*.*") pattern = "*";
-    }
-    filters << parts[i] + " (" + patterns.join(' ') + ")";
-  }
-  return filters.join(";;");
-}
 
 PlayListWindow::PlayListWindow(PlayList& list, QWidget* parent) : QWidget(parent, Qt::Window), list_(list) {
   setObjectName("frmPlayList");

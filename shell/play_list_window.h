@@ -21,10 +21,6 @@ namespace vremo {
 
 class PlayList;
 
-// A filter in the "Description|*.a;*.b|..." form as a Qt dialog filter.
-// "*.*" becomes "*": on Linux a file needs no dot to be a file.
-QString DialogFilter(std::string_view filter);
-
 class PlayListWindow : public QWidget {
   Q_OBJECT
 

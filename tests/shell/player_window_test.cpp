@@ -15,6 +15,7 @@
 #include <QTest>
 #include <QTimer>
 
+#include "shell/file_dialog_filter.h"
 #include "shell/key_config_dialog.h"
 #include "shell/main_window.h"
 #include "shell/play_list_window.h"
@@ -365,6 +366,14 @@ TEST_F(PlayerWindowTest, CaptionReachesTitleAndTrayIcon) {
   EXPECT_EQ(window->windowTitle(), "Vremo v0.26 release - [Drum] New / Ann");
   EXPECT_EQ(tray->toolTip(), "[Drum] New / Ann");
   EXPECT_EQ(commands->playListWindow().list()->item(0)->text().left(9), "Ann - New");
+}
+
+TEST(FileDialogFilter, WindowsFiltersBecomeQtFilters) {
+  EXPECT_EQ(DialogFilter(kChartFileFilter).toStdString(), "BMS/BME Files(*.bms;*.bme) (*.bms *.bme);;All Files (*)");
+  EXPECT_EQ(DialogFilter(kListFileFilter).toStdString(), "リストファイル(*.vrl) (*.vrl);;すべてのファイル (*)");
+  EXPECT_EQ(DialogFilter(kRecordFileFilter).toStdString(), "Vremo Play Data (*.vpd);;All Files (*)");
+  EXPECT_EQ(DialogFilter("odd|"), "odd ()");
+  EXPECT_EQ(DialogFilter(""), "");
 }
 
 }  // namespace
