@@ -524,6 +524,7 @@ void MainWindow::ShutDown() {
   media_->ReleaseMemories();
   SaveKeyMap(programFolder_ + "/" + std::string(kKeyMapFileName), keyMap_, log_);
   WriteSettings(programFolder_ + "/" + std::string(kSettingsFileName), settings_);
+  if (unload_) unload_();
   if (tray_ != nullptr) tray_->hide();
 }
 

@@ -104,9 +104,13 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   void ShowCriticalMessage(const std::string& text, const std::string& title);
   // LoadRecord for the loaded chart: `path` empty asks with the open dialog.
   void LoadRecordFile(const std::string& path);
-  // Runs when the window closes, before the files are saved (the play list
-  // saves its own file, the channel tells its partner).
-  void SetShutdownHandler(std::function<void()> handler) { shutdown_ = std::move(handler); }
+  // Shut-down runs `closing` first (the partner is told, the play-list
+  // window's place is taken), then saves the key map and the settings, then
+  // runs `unloading` (the play list saves its own file).
+  void SetShutdownHandlers(std::function<void()> closing, std::function<void()> unloading) {
+    shutdown_ = std::move(closing);
+    unload_ = std::move(unloading);
+  }
   // Check the "WAV(&W)" / "BGA(&B)" switches (the -W and -B switches).
   void CheckNoWav();
   void CheckNoBga();
@@ -246,6 +250,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   std::function<void(std::string)> partner_;
   std::function<bool()> linked_;
   std::function<void()> shutdown_;
+  std::function<void()> unload_;
   std::function<void(const std::vector<std::string>&)> dropHandler_;
   std::vector<OptionBinding> bindings_;
 

@@ -25,7 +25,7 @@ PlayerCommands::PlayerCommands(MainWindow& window, std::string programFolder)
       channel_.SendNext();
     }
   });
-  window_.SetShutdownHandler([this] { ShutDown(); });
+  window_.SetShutdownHandlers([this] { ShutDown(); }, [this] { list_.SaveDefault(programFolder_); });
   window_.SetDropHandler([this](const std::vector<std::string>& paths) { FilesDropped(paths); });
   listWindow_ = new PlayListWindow(list_, &window_);
   window_.SetPlayListWindow(listWindow_);
@@ -46,7 +46,6 @@ void PlayerCommands::Start(InstanceLock& lock, const std::string& commandLine) {
 void PlayerCommands::ShutDown() {
   timMoved_.stop();
   channel_.SendClose();
-  list_.SaveDefault(programFolder_);
   if (listWindow_->HasPlace()) window_.settings().playList = listWindow_->Placement();
 }
 

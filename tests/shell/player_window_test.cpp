@@ -14,6 +14,7 @@
 #include <QSystemTrayIcon>
 #include <QTest>
 #include <QTimer>
+#include <filesystem>
 
 #include "shell/file_dialog_filter.h"
 #include "shell/key_config_dialog.h"
@@ -36,6 +37,7 @@ class PlayerWindowTest : public ::testing::Test {
  protected:
   PlayerWindowTest() {
     App();
+    std::filesystem::create_directories(folder.Path("home"));
     window = std::make_unique<MainWindow>(folder.Path("home"));
     commands = std::make_unique<PlayerCommands>(*window, folder.Path("home"));
     window->StartUp();
@@ -374,6 +376,21 @@ TEST(FileDialogFilter, WindowsFiltersBecomeQtFilters) {
   EXPECT_EQ(DialogFilter(kRecordFileFilter).toStdString(), "Vremo Play Data (*.vpd);;All Files (*)");
   EXPECT_EQ(DialogFilter("odd|"), "odd ()");
   EXPECT_EQ(DialogFilter(""), "");
+}
+
+TEST_F(PlayerWindowTest, ShutDownSavesInItsOrder) {
+  commands->playList().ListAdd(Song("a.bms", "Ann", 2));
+  window->close();
+  const QString log = Log();
+  const auto keys = log.indexOf("saving vrkeycnf.dat...");
+  const auto list = log.indexOf("saving default.vrl...");
+  ASSERT_GE(keys, 0) << log.toStdString();
+  EXPECT_GT(list, keys) << log.toStdString();
+  EXPECT_TRUE(log.endsWith("save complete."));
+  // The list file holds the one entry: Count 0 at offset 20.
+  const std::string bytes = folder.Read("home/default.vrl");
+  ASSERT_GE(bytes.size(), 24u);
+  EXPECT_EQ(bytes.substr(20, 4), std::string(4, '\0'));
 }
 
 }  // namespace
