@@ -159,10 +159,13 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
     std::string key;  // "Section.Key" of the settings table
   };
 
-  // main_window.cpp: controls and bindings.
+  // main_window.cpp: the form, start-up and shut-down.
   void PreperForm();
-  QWidget* MakeOptionsPanel();
   QWidget* MakeTransportBar();
+  void ShutDown();
+
+  // main_window_options.cpp: the option panel and its bindings.
+  QWidget* MakeOptionsPanel();
   QCheckBox* OptionCheck(const QString& caption, const std::string& key, const QString& tip);
   QComboBox* OptionList(const QString& name, const std::string& key, const QStringList& items, const QString& tip);
   // Every option control reports here: the setting takes the control's value
@@ -172,7 +175,6 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   void ReadControlsIntoSettings();
   void FillRectList();
   std::string RectPath(const std::string& name) const;
-  void ShutDown();
 
   // main_window_play.cpp: the load sequence, transport and seeking.
   void timPlay_Timer();
@@ -184,7 +186,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   void cmbFreq_Change();
   void chkUserPlay_Click();
   void chkUserRecord_Click();
-  void cmdRecSave_Click();
+  void cmdRecSave_Click();  // main_window_files.cpp, with the drops
   // The options, log and transport give the drawing area the whole window
   // in full screen, and while playing when the auto-hide box is checked.
   void ApplyAutoHide();
