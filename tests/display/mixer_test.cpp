@@ -89,13 +89,6 @@ TEST(MixerTest, AVoiceAtTheOutputRatePlaysItsFramesWithHeadroom) {
   EXPECT_EQ(mixer.CursorFrames(3), 0);
 }
 
-TEST(MixerTest, TwiceTheRateHalvesTheDuration) {
-  const auto sound = ConstantSound(10000, 0.5f);
-  Mixer mixer(kRate);
-  mixer.Apply(Start(0, *sound, 2.0 * kRate));
-  EXPECT_EQ(NonZeroFrames(Render(mixer, 20000)), 5000);
-}
-
 TEST(MixerTest, ASoundOfAnotherRateIsResampled) {
   // 22050 Hz played at its own rate at 44100 Hz lasts twice as many frames.
   const auto sound = ConstantSound(1000, 0.5f, 22050);
@@ -113,24 +106,6 @@ TEST(MixerTest, LinearInterpolationBetweenFrames) {
   EXPECT_FLOAT_EQ(out[2], 0.4f * kMixHeadroom);
   EXPECT_FLOAT_EQ(out[4], 0.8f * kMixHeadroom);
   EXPECT_FLOAT_EQ(out[6], 0.4f * kMixHeadroom);
-}
-
-TEST(MixerTest, CursorAdvancesWhilePlayingAndRewindGoesBack) {
-  const auto sound = ConstantSound(10000, 0.1f);
-  Mixer mixer(kRate);
-  mixer.Apply(Start(7, *sound));
-  Render(mixer, 1000);
-  EXPECT_EQ(mixer.CursorFrames(7), 1000);
-  Render(mixer, 500);
-  EXPECT_EQ(mixer.CursorFrames(7), 1500);
-  mixer.Apply({.kind = MixerCommand::Kind::kRewind, .slot = 7});
-  EXPECT_EQ(mixer.CursorFrames(7), 0);
-  EXPECT_TRUE(mixer.IsSounding(7));
-  Render(mixer, 10);
-  EXPECT_EQ(mixer.CursorFrames(7), 10);
-  mixer.Apply({.kind = MixerCommand::Kind::kStop, .slot = 7});
-  EXPECT_FALSE(mixer.IsSounding(7));
-  EXPECT_EQ(mixer.CursorFrames(7), 0);
 }
 
 TEST(MixerTest, RateChangeWhilePlaying) {
