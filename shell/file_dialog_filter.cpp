@@ -3,10 +3,12 @@
 
 #include <QStringList>
 
+#include "shell/qt_text.h"
+
 namespace vremo {
 
 QString DialogFilter(std::string_view filter) {
-  const QStringList parts = QString::fromUtf8(filter.data(), static_cast<int>(filter.size())).split('|');
+  const QStringList parts = ToQString(filter).split('|');
   QStringList filters;
   for (int i = 0; i + 1 < parts.size(); i += 2) {
     QStringList patterns = parts[i + 1].split(';', Qt::SkipEmptyParts);

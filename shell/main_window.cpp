@@ -21,6 +21,7 @@
 #include "shell/draw_area.h"
 #include "shell/key_map_file.h"
 #include "shell/program_folder.h"
+#include "shell/qt_text.h"
 #include "shell/settings_file.h"
 #include "shell/title_strip.h"
 #include "shell/window_placement.h"
@@ -48,7 +49,7 @@ MainWindow::MainWindow(std::string programFolder)
       log_(this),
       chart_(std::make_unique<Chart>()) {
   setObjectName("frmMain");
-  setWindowTitle(QString::fromUtf8(kCaptionPrefix.data(), static_cast<int>(kCaptionPrefix.size())));
+  setWindowTitle(ToQString(kCaptionPrefix));
   setAcceptDrops(true);
   media_ = std::make_unique<MediaLayer>(log_, &sounds_);
   layoutContext_ = std::make_unique<LayoutContext>(LayoutContext{log_, *media_, {}, [this](bool full) {
@@ -251,18 +252,16 @@ void MainWindow::CheckNoBga() { chkSet[1]->setChecked(true); }
 // --- The debug log.
 
 void MainWindow::AppendLine(std::string_view line) {
-  const QString text = QString::fromUtf8(line.data(), static_cast<int>(line.size()));
+  const QString text = ToQString(line);
   txtStatus->appendPlainText(text);
   picTitle->Curtitle(text);
 }
 
-void MainWindow::ReplaceText(std::string_view text) {
-  txtStatus->setPlainText(QString::fromUtf8(text.data(), static_cast<int>(text.size())));
-}
+void MainWindow::ReplaceText(std::string_view text) { txtStatus->setPlainText(ToQString(text)); }
 
 void MainWindow::CaptionChanged(std::string_view caption, std::string_view text) {
-  setWindowTitle(QString::fromUtf8(caption.data(), static_cast<int>(caption.size())));
-  ModifyIcon(QString::fromUtf8(text.data(), static_cast<int>(text.size())));
+  setWindowTitle(ToQString(caption));
+  ModifyIcon(ToQString(text));
 }
 
 std::string MainWindow::Caption() const { return windowTitle().toStdString(); }

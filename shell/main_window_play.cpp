@@ -22,6 +22,7 @@
 #include "shell/draw_area.h"
 #include "shell/load_progress.h"
 #include "shell/main_window.h"
+#include "shell/qt_text.h"
 #include "shell/title_strip.h"
 
 namespace vremo {
@@ -254,9 +255,7 @@ void MainWindow::Sleep(int32_t ms) {
   if (ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
-void MainWindow::ShowSongInfo(std::string_view text) {
-  lblInfo->setText(QString::fromUtf8(text.data(), static_cast<int>(text.size())));
-}
+void MainWindow::ShowSongInfo(std::string_view text) { lblInfo->setText(ToQString(text)); }
 
 void MainWindow::SetSeekBarByProgram(int16_t position) {
   seekSetByProgram_ = true;

@@ -15,6 +15,7 @@
 
 #include "shell/file_dialog_filter.h"
 #include "shell/play_list.h"
+#include "shell/qt_text.h"
 #include "shell/window_placement.h"
 
 namespace vremo {
@@ -23,8 +24,6 @@ namespace {
 constexpr int kInitialWidth = 420;
 constexpr int kInitialHeight = 360;
 constexpr std::string_view kSearchingCaption = "searching files...";
-
-QString FromView(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<int>(text.size())); }
 
 }  // namespace
 
@@ -82,11 +81,14 @@ void PlayListWindow::MakeMenu() {
 void PlayListWindow::Refresh() {
   setWindowTitle(QString::fromStdString(list_.caption()));
   const auto& rows = list_.rows();
-  bool same = lstPlayList->count() == static_cast<int>(rows.size());
-  for (int i = 0; same && i < lstPlayList->count(); ++i) {
-    same = lstPlayList->item(i)->text().toStdString() == rows[static_cast<size_t>(i)];
-  }
-  if (!same) {
+  // Rows are rewritten in place (a drag swaps two at a time); only a change
+  // of length builds the list again.
+  if (lstPlayList->count() == static_cast<int>(rows.size())) {
+    for (int i = 0; i < lstPlayList->count(); ++i) {
+      const QString text = QString::fromStdString(rows[static_cast<size_t>(i)]);
+      if (lstPlayList->item(i)->text() != text) lstPlayList->item(i)->setText(text);
+    }
+  } else {
     const int selected = lstPlayList->currentRow();
     lstPlayList->setUpdatesEnabled(false);
     lstPlayList->clear();
@@ -124,11 +126,11 @@ void PlayListWindow::AddFiles() {
 
 void PlayListWindow::AddFolder(const QString& chosen) {
   const QString folder = chosen.isEmpty()
-                             ? QFileDialog::getExistingDirectory(this, FromView(kAddFolderTitle), QDir::currentPath())
+                             ? QFileDialog::getExistingDirectory(this, ToQString(kAddFolderTitle), QDir::currentPath())
                              : chosen;
   if (folder.isEmpty()) return;
   // A deep folder takes a moment: say so where the user looks.
-  setWindowTitle(FromView(kSearchingCaption));
+  setWindowTitle(ToQString(kSearchingCaption));
   QApplication::setOverrideCursor(Qt::WaitCursor);
   list_.ListAddFolder(folder.toStdString());
   QApplication::restoreOverrideCursor();

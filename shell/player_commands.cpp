@@ -86,10 +86,7 @@ void PlayerCommands::ListClear() { list_.ListClear(); }
 void PlayerCommands::ListAdd(const std::string& path) { list_.ListAdd(path); }
 void PlayerCommands::ListPlay(int32_t index) { list_.ListPlay(index); }
 
-void PlayerCommands::CommandLoad(const std::string& path) {
-  window_.RequestStop();
-  window_.RequestPlay(path);
-}
+void PlayerCommands::CommandLoad(const std::string& path) { PlayChart(path); }
 void PlayerCommands::CommandStop() { window_.RequestStop(); }
 void PlayerCommands::CommandSeek(int32_t position) { window_.SeekTo(position); }
 void PlayerCommands::CommandQuit() { window_.Quit(); }

@@ -36,11 +36,9 @@ class MainWindowTest : public ::testing::Test {
 
   template <typename T>
   T* Find(const char* name) {
-    T* control = window->findChild<T*>(name);
-    EXPECT_NE(control, nullptr) << name;
-    return control;
+    return testing::FindControl<T>(*window, name);
   }
-  QString Log() { return Find<QPlainTextEdit>("txtStatus")->toPlainText(); }
+  QString Log() { return testing::LogText(*window); }
   int LogCount(const QString& line) { return Log().count(line); }
   void Key(int key, Qt::KeyboardModifiers mods = Qt::NoModifier) { QTest::keyPress(window.get(), Qt::Key(key), mods); }
   void KeyUp(int key) { QTest::keyRelease(window.get(), Qt::Key(key)); }

@@ -49,11 +49,9 @@ class PlayerWindowTest : public ::testing::Test {
 
   template <typename T>
   T* Find(const char* name) {
-    T* control = window->findChild<T*>(name);
-    EXPECT_NE(control, nullptr) << name;
-    return control;
+    return testing::FindControl<T>(*window, name);
   }
-  QString Log() { return Find<QPlainTextEdit>("txtStatus")->toPlainText(); }
+  QString Log() { return testing::LogText(*window); }
 
   // A chart of `measures` 4/4 measures at 120 BPM (two seconds each).
   std::string Song(const std::string& name, const std::string& artist, int measures) {

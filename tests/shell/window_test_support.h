@@ -2,8 +2,11 @@
 // What the window tests share: the one application object of the test
 // program, and waiting on the event loop for a condition.
 
+#include <gtest/gtest.h>
+
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QPlainTextEdit>
 #include <functional>
 
 namespace vremo::testing {
@@ -27,6 +30,19 @@ inline bool WaitFor(const std::function<bool()>& done) {
     QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
   }
   return done();
+}
+
+// A control of `window` by its name; a missing one fails the test by name.
+template <typename T>
+T* FindControl(const QWidget& window, const char* name) {
+  T* control = window.findChild<T*>(name);
+  EXPECT_NE(control, nullptr) << name;
+  return control;
+}
+
+// What the main window's debug log box shows.
+inline QString LogText(const QWidget& window) {
+  return FindControl<QPlainTextEdit>(window, "txtStatus")->toPlainText();
 }
 
 }  // namespace vremo::testing
