@@ -3,8 +3,10 @@
 
 #include "shell/instance_lock.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <QDir>
 #include <QLocalSocket>
 #include <QStringDecoder>
 #include <algorithm>
@@ -54,7 +56,9 @@ bool ApplyExternalCommand(std::string_view text, CommandHandler& handler) {
 
 QString ChannelName() {
   // In the user's own runtime folder: nobody else can reach it or replace it.
-  return QString::fromStdString(RuntimeFolder()) + QStringLiteral("/vremo-%1.sock").arg(::getuid());
+  const std::string folder = RuntimeFolder();
+  if (folder.empty()) return {};
+  return QString::fromStdString(folder) + QStringLiteral("/vremo-%1.sock").arg(::getuid());
 }
 
 CommandChannel::CommandChannel(CommandHandler& handler, DebugLog& log, QObject* parent)
@@ -71,7 +75,19 @@ CommandChannel::~CommandChannel() {
 }
 
 bool CommandChannel::Listen(const QString& name) {
-  QLocalServer::removeServer(name);
+  // Where the server will put its socket (a bare name goes to the temporary folder).
+  const std::string path =
+      (QDir::isAbsolutePath(name) ? name : QDir::tempPath() + QLatin1Char('/') + name).toStdString();
+  struct stat info {};
+  if (::lstat(path.c_str(), &info) == 0) {
+    // Only a socket of ours is a crashed run's leftover; anything else is
+    // not ours to remove, and the player goes on without a channel.
+    if (!S_ISSOCK(info.st_mode) || info.st_uid != ::geteuid()) {
+      log_.PutLog("Err: command channel " + path + " exists and is not our socket");
+      return false;
+    }
+    ::unlink(path.c_str());
+  }
   if (server_.listen(name)) return true;
   log_.PutLog("Err: command channel " + server_.errorString().toStdString());
   return false;

@@ -1,11 +1,14 @@
 // Single instance and the temp.dat hand-over.
 #include "shell/instance_lock.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <QDir>
 #include <QLocalSocket>
-#include <QStandardPaths>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 
 #include "chart/bms_reader.h"
@@ -17,6 +20,14 @@ namespace vremo {
 namespace {
 
 constexpr int kHandOverWaitMs = 1000;
+constexpr mode_t kPrivateMode = 0700;
+constexpr mode_t kOthersBits = 077;
+
+std::string OctalMode(mode_t mode) {
+  char text[8];
+  std::snprintf(text, sizeof text, "%03o", static_cast<unsigned>(mode & 0777));
+  return text;
+}
 
 }  // namespace
 
@@ -29,24 +40,73 @@ std::string ReadHandOverFile(const std::string& path) {
   return bytes;
 }
 
-std::string RuntimeFolder() {
-  const QString runtime = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-  return (runtime.isEmpty() ? QDir::tempPath() : runtime).toStdString();
+std::string PrivateFolderProblem(const std::string& folder) {
+  // lstat: a link is never followed, whatever it points at.
+  struct stat info {};
+  if (::lstat(folder.c_str(), &info) != 0) return folder + ": missing";
+  if (S_ISLNK(info.st_mode)) return folder + ": a symbolic link";
+  if (!S_ISDIR(info.st_mode)) return folder + ": not a folder";
+  if (info.st_uid != ::geteuid()) return folder + ": owned by another user";
+  if ((info.st_mode & kOthersBits) != 0) return folder + ": open to other users (mode " + OctalMode(info.st_mode) + ")";
+  return {};
 }
 
-InstanceLock::InstanceLock(const std::string& lockFolder, std::string handOverFile)
-    : lock_(std::make_unique<QLockFile>(QString::fromStdString(lockFolder) +
-                                        QStringLiteral("/vremo-%1.lock").arg(::getuid()))),
-      handOverFile_(std::move(handOverFile)) {}
+std::string PrivateFolderIn(const std::string& parent, std::string* problem) {
+  const std::string folder = parent + "/vremo-" + std::to_string(::geteuid());
+  // Fails harmlessly when something is there already; the check decides.
+  if (::mkdir(folder.c_str(), kPrivateMode) != 0 && errno != EEXIST) {
+    if (problem != nullptr) *problem = folder + ": cannot be made";
+    return {};
+  }
+  std::string why = PrivateFolderProblem(folder);
+  if (why.empty()) return folder;
+  if (problem != nullptr) *problem = std::move(why);
+  return {};
+}
+
+std::string RuntimeFolder(std::string* problem) {
+  if (const char* runtime = std::getenv("XDG_RUNTIME_DIR"); runtime != nullptr && *runtime != '\0') {
+    if (PrivateFolderProblem(runtime).empty()) return runtime;
+  }
+  return PrivateFolderIn(QDir::tempPath().toStdString(), problem);
+}
+
+bool ChannelInFolder(const std::string& serverName, const std::string& folder) {
+  return !folder.empty() && serverName.size() > folder.size() + 1 && serverName.starts_with(folder + "/") &&
+         serverName.find('/', folder.size() + 1) == std::string::npos;
+}
+
+InstanceLock::InstanceLock(const std::string& lockFolder, std::string handOverFile, std::string problem)
+    : handOverFile_(std::move(handOverFile)), problem_(std::move(problem)) {
+  if (lockFolder.empty()) return;
+  lock_ = std::make_unique<QLockFile>(QString::fromStdString(lockFolder) +
+                                      QStringLiteral("/vremo-%1.lock").arg(::getuid()));
+}
 
 InstanceLock::~InstanceLock() = default;
 
 InstanceRole InstanceLock::Acquire() {
+  if (lock_ == nullptr) {
+    if (problem_.empty()) problem_ = "no lock folder";
+    return role_ = InstanceRole::kAlone;
+  }
+  // A folder, a link or the like in the lock's place is held by nobody, yet
+  // QLockFile would take it for a running player.
+  const std::string path = lock_->fileName().toStdString();
+  struct stat info {};
+  const bool usable = ::lstat(path.c_str(), &info) != 0 || S_ISREG(info.st_mode);
   // tryLock removes a lock whose process is gone (a crashed run).
-  return lock_->tryLock(0) ? InstanceRole::kFirst : InstanceRole::kSecond;
+  if (usable && lock_->tryLock(0)) return role_ = InstanceRole::kFirst;
+  if (usable && lock_->error() == QLockFile::LockFailedError) return role_ = InstanceRole::kSecond;
+  problem_ = path + ": not a usable lock file";
+  return role_ = InstanceRole::kAlone;
 }
 
 bool InstanceLock::Publish(CommandChannel& channel, const QString& name, DebugLog& log) {
+  if (role_ == InstanceRole::kAlone) {
+    log.PutLog("Err: no command channel (" + problem_ + ")");
+    return false;
+  }
   // Holding the lock means no other instance answers on the name.
   if (!channel.Listen(name)) return false;
   if (!WriteFileAtomically(handOverFile_, name.toStdString() + "\r\n")) {
@@ -56,10 +116,15 @@ bool InstanceLock::Publish(CommandChannel& channel, const QString& name, DebugLo
   return true;
 }
 
-bool HandOver(const std::string& handOverFile, const std::string& commandLine, DebugLog& log) {
+bool HandOver(const std::string& handOverFile, const std::string& commandLine, DebugLog& log,
+              const std::string& channelFolder) {
   if (!log.CheckExist(handOverFile)) return false;
   const std::string name = ReadHandOverFile(handOverFile);
   if (name.empty() || commandLine.empty()) return false;
+  if (!channelFolder.empty() && !ChannelInFolder(name, channelFolder)) {
+    log.PutLog("Err: " + std::string(kHandOverFileName) + " names a channel outside " + channelFolder);
+    return false;
+  }
   QLocalSocket socket;
   socket.connectToServer(QString::fromStdString(name));
   if (!socket.waitForConnected(kHandOverWaitMs)) return false;

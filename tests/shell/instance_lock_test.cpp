@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -107,6 +108,74 @@ TEST_F(InstanceTest, MissingHandOverFileIsLogged) {
   folder.Write("temp.dat", "");
   EXPECT_FALSE(HandOver(HandOverFile(), "a.bms", log));
   EXPECT_EQ(sink.lines.size(), 1u);
+}
+
+TEST_F(InstanceTest, SquattedPrivateFolderIsRefused) {
+  const std::string own = "vremo-" + std::to_string(::geteuid());
+  // Missing: made, closed to others, and used.
+  std::filesystem::create_directories(folder.Path("fresh"));
+  EXPECT_EQ(PrivateFolderIn(folder.Path("fresh"), nullptr), folder.Path("fresh/" + own));
+  struct stat info {};
+  ASSERT_EQ(::lstat(folder.Path("fresh/" + own).c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0700u);
+
+  // Made first by someone else: open to others, a link to a private folder,
+  // a file of another kind, another owner. Each is refused and left alone.
+  std::filesystem::create_directories(folder.Path("open/" + own));
+  ::chmod(folder.Path("open/" + own).c_str(), 0777);
+  std::filesystem::create_directories(folder.Path("link"));
+  std::filesystem::create_directory_symlink(folder.Path("fresh/" + own), folder.Path("link/" + own));
+  folder.Write("file/" + own, "");
+  std::vector<std::pair<std::string, std::string>> squatted{
+      {"open", ": open to other users (mode 777)"}, {"link", ": a symbolic link"}, {"file", ": not a folder"}};
+  if (::geteuid() == 0) {
+    std::filesystem::create_directories(folder.Path("other/" + own));
+    ::chmod(folder.Path("other/" + own).c_str(), 0700);
+    ASSERT_EQ(::chown(folder.Path("other/" + own).c_str(), 65534, 65534), 0);
+    squatted.emplace_back("other", ": owned by another user");
+  }
+  for (const auto& [parent, why] : squatted) {
+    std::string problem;
+    EXPECT_EQ(PrivateFolderIn(folder.Path(parent), &problem), "") << parent;
+    EXPECT_EQ(problem, folder.Path(parent + "/" + own) + why);
+  }
+  struct stat open {};
+  ::lstat(folder.Path("open/" + own).c_str(), &open);
+  EXPECT_EQ(open.st_mode & 0777, 0777u);
+
+  // Without a runtime folder the temporary folder's is taken, and refused:
+  // the player runs alone and says so; no hand-over goes anywhere else.
+  const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
+  const QByteArray temp = qgetenv("TMPDIR");
+  qunsetenv("XDG_RUNTIME_DIR");
+  qputenv("TMPDIR", QByteArray::fromStdString(folder.Path("open")));
+  std::string problem;
+  EXPECT_EQ(RuntimeFolder(&problem), "");
+  EXPECT_EQ(ChannelName(), QString());
+  qputenv("TMPDIR", QByteArray::fromStdString(folder.Path("fresh")));
+  EXPECT_EQ(RuntimeFolder(), folder.Path("fresh/" + own));
+  runtime.isNull() ? qunsetenv("XDG_RUNTIME_DIR") : qputenv("XDG_RUNTIME_DIR", runtime);
+  temp.isNull() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", temp);
+
+  InstanceLock alone("", HandOverFile(), problem);
+  EXPECT_EQ(alone.Acquire(), InstanceRole::kAlone);
+  // A folder in the lock's place is no running player.
+  std::filesystem::create_directories(folder.Path("fresh/" + own + "/" + own + ".lock"));
+  EXPECT_EQ(InstanceLock(folder.Path("fresh/" + own), HandOverFile()).Acquire(), InstanceRole::kAlone);
+  CommandChannel channel(handler, log);
+  EXPECT_FALSE(alone.Publish(channel, TestName("alone"), log));
+  EXPECT_EQ(sink.lines.back(),
+            "Err: no command channel (" + folder.Path("open/" + own) + ": open to other users (mode 777))");
+  folder.Write("temp.dat", "/tmp/vremo-" + std::to_string(::geteuid()) + ".sock\r\n");
+  EXPECT_FALSE(HandOver(HandOverFile(), "a.bms", log, folder.Path("fresh/" + own)));
+  EXPECT_EQ(sink.lines.back(), "Err: temp.dat names a channel outside " + folder.Path("fresh/" + own));
+
+  // Something that is not a socket of ours where the channel goes: the
+  // player goes on without it and the thing stays.
+  const std::string taken = folder.Write("fresh/" + own + "/taken.sock", "user's bytes");
+  EXPECT_FALSE(channel.Listen(QString::fromStdString(taken)));
+  EXPECT_EQ(sink.lines.back(), "Err: command channel " + taken + " exists and is not our socket");
+  EXPECT_EQ(folder.Read("fresh/" + own + "/taken.sock"), "user's bytes");
 }
 
 TEST(HandOverPollTest, CaptionCarriesTheCommandLine) {
