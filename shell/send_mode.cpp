@@ -11,30 +11,52 @@
 
 namespace vremo {
 
-QString InstanceServerName() {
+QString InstanceServerName(std::string* problem) {
+  const std::string folder = RuntimeFolder(problem);
+  if (folder.empty()) return {};
+  // A temp.dat naming a socket elsewhere (a shared folder) is not trusted
+  // with the user's commands.
   const std::string named = ReadHandOverFile(HandOverFilePath());
-  return named.empty() ? ChannelName() : QString::fromStdString(named);
+  return ChannelInFolder(named, folder) ? QString::fromStdString(named) : ChannelName();
 }
 
-bool SendCommand(const QString& server, const std::string& text, std::ostream& out, std::ostream& err) {
+int DeliverCommand(const QString& server, const std::string& text, std::ostream& out, std::ostream& err) {
   QLocalSocket socket;
   socket.connectToServer(server);
   if (!socket.waitForConnected(kSendConnectWaitMs)) {
     err << "no running vremo answers on " << server.toStdString() << "\n";
-    return false;
+    return kExitNoInstance;
   }
   // A line break inside the text would make two commands.
   std::string line = text;
   for (char& c : line) c = (c == '\n' || c == '\r') ? ' ' : c;
   socket.write(QByteArray::fromStdString(line + "\n"));
   socket.waitForBytesWritten(kSendConnectWaitMs);
+  // Only a text beginning with "L" earns a reply.
+  const bool answered = !line.empty() && line[0] == 'L';
   QByteArray received;
-  while (socket.state() == QLocalSocket::ConnectedState && socket.waitForReadyRead(kSendQuietMs)) {
+  int wait = answered ? kSendAnswerWaitMs : kSendQuietMs;
+  while (socket.state() == QLocalSocket::ConnectedState && socket.waitForReadyRead(wait)) {
     received += socket.readAll();
+    wait = kSendQuietMs;
   }
   received += socket.readAll();
   out << received.toStdString();
-  return true;
+  if (!received.isEmpty()) return 0;
+  if (socket.state() != QLocalSocket::ConnectedState) {
+    err << "vremo: the player on " << server.toStdString()
+        << " closed the connection unanswered (too many programs connected?)\n";
+    return kExitRefused;
+  }
+  if (answered) {
+    err << "vremo: the player on " << server.toStdString() << " did not answer within " << kSendAnswerWaitMs << " ms\n";
+    return kExitNoAnswer;
+  }
+  return 0;
+}
+
+bool SendCommand(const QString& server, const std::string& text, std::ostream& out, std::ostream& err) {
+  return DeliverCommand(server, text, out, err) == 0;
 }
 
 int RunSendMode(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -50,7 +72,13 @@ int RunSendMode(const std::vector<std::string>& args, std::ostream& out, std::os
   if (QCoreApplication::instance() == nullptr) app = std::make_unique<QCoreApplication>(argc, argv);
   std::string text = args[1];
   for (size_t i = 2; i < args.size(); ++i) text += " " + args[i];
-  return SendCommand(InstanceServerName(), text, out, err) ? 0 : kExitNoInstance;
+  std::string problem;
+  const QString server = InstanceServerName(&problem);
+  if (server.isEmpty()) {
+    err << "vremo: no private folder for the command channel (" << problem << ")\n";
+    return kExitNoInstance;
+  }
+  return DeliverCommand(server, text, out, err);
 }
 
 }  // namespace vremo

@@ -187,6 +187,18 @@ TEST_F(CommandChannelTest, SendModePrintsTheReplies) {
   EXPECT_FALSE(SendCommand(UniqueName(), "LSTOP", none, err));
   EXPECT_EQ(none.str(), "");
   EXPECT_NE(err.str().find("no running vremo"), std::string::npos);
+
+  // A command the player leaves unanswered (it refuses text that is not
+  // UTF-8, and keeps the link) is a failure for a script; a text that is no
+  // command gets no answer by design.
+  std::ostringstream silent;
+  auto unanswered = std::async(std::launch::async, [&] { return DeliverCommand(name, "LSTOP \xC3\x28", silent, err); });
+  auto ignored = std::async(std::launch::async, [&] { return DeliverCommand(name, "hello", silent, err); });
+  ASSERT_TRUE(WaitFor([&] { return unanswered.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+  EXPECT_EQ(unanswered.get(), kExitNoAnswer);
+  EXPECT_NE(err.str().find("did not answer within 5000 ms"), std::string::npos) << err.str();
+  EXPECT_EQ(ignored.get(), 0);
+  EXPECT_EQ(silent.str(), "");
 }
 
 }  // namespace
