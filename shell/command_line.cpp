@@ -27,15 +27,19 @@ std::string UpperAscii(std::string_view text) {
   return upper;
 }
 
-// Only the first two characters decide, so "-B-" acts as "-B" and "-Pfoo"
-// as "-P": partners rely on that.
-bool ApplySwitch(const std::string& token, CommandTarget& target) {
+// The switch letter of a token, 0 for a file. Only the first two characters
+// decide, so "-B-" acts as "-B" and "-Pfoo" as "-P": partners rely on that.
+char SwitchOf(const std::string& token) {
   const std::string sw = UpperAscii(std::string_view(token).substr(0, 2));
-  if (sw.size() != 2 || (sw[0] != '-' && sw[0] != '/')) return false;
+  if (sw.size() != 2 || (sw[0] != '-' && sw[0] != '/')) return 0;
   // Here "/" also starts every absolute path: "/Q" is a switch, but
   // "/work/song.bms" (another "/" further on) is a chart.
-  if (sw[0] == '/' && token.find('/', 1) != std::string::npos) return false;
-  switch (sw[1]) {
+  if (sw[0] == '/' && token.find('/', 1) != std::string::npos) return 0;
+  return std::string_view("PSBWQ").find(sw[1]) == std::string_view::npos ? 0 : sw[1];
+}
+
+bool ApplySwitch(const std::string& token, CommandTarget& target) {
+  switch (SwitchOf(token)) {
     case 'P':
       target.EnablePlayTimer();
       return true;
@@ -99,6 +103,19 @@ void RunCommandLine(std::string_view line, CommandTarget& target) {
     target.ListAdd(token);
   }
   if (added) target.ListPlay(0);
+}
+
+std::string AbsoluteCommandLine(std::string_view line, const std::string& folder) {
+  std::vector<std::string> tokens = SplitCommandLine(line);
+  bool changed = false;
+  for (std::string& token : tokens) {
+    if (token.empty() || token[0] == '/' || SwitchOf(token) != 0) continue;
+    token = (folder.ends_with('/') ? folder : folder + "/") + token;
+    changed = true;
+  }
+  // Joining quotes exactly the tokens with blanks, so the running player's
+  // split gives these tokens back.
+  return changed ? JoinArguments(tokens) : std::string(line);
 }
 
 std::string JoinArguments(const std::vector<std::string>& args) {

@@ -37,4 +37,10 @@ void RunCommandLine(std::string_view line, CommandTarget& target);
 // joined with blanks, an argument holding a blank wrapped in double quotes.
 std::string JoinArguments(const std::vector<std::string>& args);
 
+// The line with every relative file token made absolute against `folder`
+// (the starting process's folder): the running player and default.vrl know
+// nothing of that folder. Switches and empty tokens stay; a line with nothing
+// to change comes back unchanged.
+std::string AbsoluteCommandLine(std::string_view line, const std::string& folder);
+
 }  // namespace vremo

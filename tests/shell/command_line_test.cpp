@@ -69,5 +69,16 @@ TEST(CommandLine, JoinArgumentsQuotesOnlyBlanks) {
   EXPECT_EQ(SplitCommandLine(JoinArguments(args)), args);
 }
 
+TEST(CommandLine, RelativeFilesBecomeAbsoluteSwitchesStay) {
+  const std::string line = AbsoluteCommandLine("song.bms -p \"my dir/b.bme\" /abs.bms -Q list.vpl  -x /s", "/home/me");
+  EXPECT_EQ(line, "/home/me/song.bms -p \"/home/me/my dir/b.bme\" /abs.bms -Q /home/me/list.vpl  /home/me/-x /s");
+  EXPECT_EQ(RunLine(line),
+            (Calls{"clear", "add[/home/me/song.bms]", "play", "add[/home/me/my dir/b.bme]", "add[/abs.bms]", "quit",
+                   "load[/home/me/list.vpl]", "add[]", "add[/home/me/-x]", "stop", "listplay 0"}));
+  EXPECT_EQ(AbsoluteCommandLine("a.bms", "/"), "/a.bms");
+  // Nothing relative: the line is handed over as it was.
+  EXPECT_EQ(AbsoluteCommandLine("\"/m/a b.bms\"  -Q", "/home/me"), "\"/m/a b.bms\"  -Q");
+}
+
 }  // namespace
 }  // namespace vremo
