@@ -1,8 +1,10 @@
 // vremo: tool modes first; then one player per user: a second start hands
 // its command line to the running player and ends.
 #include <QApplication>
+#include <filesystem>
 #include <iostream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "shell/command_line.h"
@@ -10,6 +12,7 @@
 #include "shell/main_window.h"
 #include "shell/player_commands.h"
 #include "shell/program_folder.h"
+#include "shell/quit_signals.h"
 #include "shell/tool_modes.h"
 
 int main(int argc, char** argv) {
@@ -17,18 +20,31 @@ int main(int argc, char** argv) {
   if (auto status = vremo::RunToolMode(args, std::cout, std::cerr)) return *status;
 
   QApplication application(argc, argv);
-  const std::string commandLine = vremo::JoinArguments(args);
-  vremo::InstanceLock lock(vremo::RuntimeFolder(), vremo::HandOverFilePath());
-  if (lock.Acquire() == vremo::InstanceRole::kSecond) {
+  // Relative chart paths mean this process's folder, not the running player's.
+  std::string commandLine = vremo::JoinArguments(args);
+  std::error_code ec;
+  if (const auto here = std::filesystem::current_path(ec); !ec) {
+    commandLine = vremo::AbsoluteCommandLine(commandLine, here.string());
+  }
+  std::string problem;
+  const std::string runtimeFolder = vremo::RuntimeFolder(&problem);
+  vremo::InstanceLock lock(runtimeFolder, vremo::HandOverFilePath(), problem);
+  const vremo::InstanceRole role = lock.Acquire();
+  if (role == vremo::InstanceRole::kSecond) {
     vremo::StreamLogSink sink([](std::string_view text) { std::cerr << text; });
     vremo::DebugLog log(&sink);
-    vremo::HandOver(vremo::HandOverFilePath(), commandLine, log);
+    vremo::HandOver(vremo::HandOverFilePath(), commandLine, log, runtimeFolder);
     return 0;
+  }
+  if (role == vremo::InstanceRole::kAlone) {
+    std::cerr << "vremo: running without the command channel (" << lock.problem() << ")\n";
   }
 
   const std::string folder = vremo::ProgramFolder();
   vremo::MainWindow window(folder);
   vremo::PlayerCommands commands(window, folder);
+  // Ending signals close the window, which saves as a close by the user does.
+  vremo::QuitSignals quitSignals([&window] { window.Quit(); });
   window.StartUp();
   commands.Start(lock, commandLine);
   return application.exec();
