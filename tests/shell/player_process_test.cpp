@@ -4,17 +4,21 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "shell/command_channel.h"
+#include "shell/send_mode.h"
 #include "tests/support/temp_folder.h"
 
 namespace vremo {
@@ -42,8 +46,8 @@ class Partner {
   }
   // Reads until `text` has arrived (true) or the player falls silent for
   // good; everything read stays in received().
-  bool WaitFor(const std::string& text) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPartnerWaitMs);
+  bool WaitFor(const std::string& text, int waitMs = kPartnerWaitMs) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(waitMs);
     while (received_.find(text, consumed_) == std::string::npos) {
       if (std::chrono::steady_clock::now() > end) return false;
       pollfd one{fd_, POLLIN, 0};
@@ -80,14 +84,15 @@ class PlayerProcess : public ::testing::Test {
     // A runtime folder others may read is refused (and a shared one used).
     std::filesystem::permissions(folder.Path("run"), std::filesystem::perms::owner_all);
     // Both windows' places, to be found again in the file after the run.
-    folder.Write("home/vremo.ini",
-                 "[MainForm]\r\nLeft=30\r\nTop=40\r\nWidth=1000\r\nHeight=700\r\nWindowState=0\r\n"
-                 "[PlayList]\r\nLeft=50\r\nTop=60\r\nWidth=300\r\nHeight=200\r\nWindowState=0\r\n"
-                 "[Setting]\r\nSleep=1\r\nHiSpeed=1\r\nRealHiSpeed=1\r\n");
+    folder.Write("home/vremo.ini", kSettings);
     ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
     ::setenv("SDL_AUDIODRIVER", "dummy", 1);
     // What the desktop libraries keep until exit is no concern of this test.
     ::setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
+    StartPlayer();
+  }
+  void StartPlayer() {
+    std::filesystem::remove(folder.Path("home/temp.dat"));
     player_ = ::fork();
     if (player_ == 0) {
       ::freopen("/dev/null", "w", stderr);
@@ -105,8 +110,11 @@ class PlayerProcess : public ::testing::Test {
       ::waitpid(player_, nullptr, 0);
     }
   }
-  static Output Run(const std::string& arguments) {
-    FILE* pipe = ::popen((std::string(VREMO_EXECUTABLE) + " " + arguments + " 2>/dev/null").c_str(), "r");
+  // `from`: the folder the command starts in; `errors`: standard error too.
+  static Output Run(const std::string& arguments, const std::string& from = {}, bool errors = false) {
+    const std::string command = (from.empty() ? "" : "cd '" + from + "' && ") + VREMO_EXECUTABLE + " " + arguments +
+                                (errors ? " 2>&1" : " 2>/dev/null");
+    FILE* pipe = ::popen(command.c_str(), "r");
     Output out{-1, {}};
     if (pipe == nullptr) return out;
     char buffer[4096];
@@ -126,7 +134,15 @@ class PlayerProcess : public ::testing::Test {
     }
     return -1;
   }
+  std::string Channel() const {
+    const std::string handOver = folder.Read("home/temp.dat");
+    return handOver.substr(0, handOver.find_first_of("\r\n"));
+  }
 
+  static constexpr const char* kSettings =
+      "[MainForm]\r\nLeft=30\r\nTop=40\r\nWidth=1000\r\nHeight=700\r\nWindowState=0\r\n"
+      "[PlayList]\r\nLeft=50\r\nTop=60\r\nWidth=300\r\nHeight=200\r\nWindowState=0\r\n"
+      "[Setting]\r\nSleep=1\r\nHiSpeed=1\r\nRealHiSpeed=1\r\n";
   TempFolder folder;
   pid_t player_ = -1;
 };
@@ -143,6 +159,17 @@ TEST_F(PlayerProcess, ChannelLoadsSeeksHandsOverAndQuits) {
 
   // A second start hands its command line over and ends at once.
   EXPECT_EQ(Run(std::string("'") + VREMO_DEMO_CHART + "' -Q").status, 0);
+
+  {
+    // With every place taken the player turns the client away: it says so.
+    std::vector<std::unique_ptr<Partner>> crowd;
+    for (int i = 0; i < kMaxPartners; ++i) crowd.push_back(std::make_unique<Partner>(Channel()));
+    crowd.back()->Send("LSTOP\n");
+    ASSERT_TRUE(crowd.back()->WaitFor("POK\n"));
+    const Output refused = Run("--send LSTOP", {}, true);
+    EXPECT_EQ(refused.status, kExitRefused);
+    EXPECT_NE(refused.text.find("closed the connection unanswered"), std::string::npos) << refused.text;
+  }
 
   const Output quit = Run("--send LQUIT");
   EXPECT_NE(quit.text.find("POK"), std::string::npos) << quit.text;
@@ -223,6 +250,59 @@ TEST_F(PlayerProcess, BadInputOnTheChannelDoesNotStopThePlay) {
     ++answers;
   }
   EXPECT_EQ(answers, 2u) << partner.received();
+}
+
+TEST_F(PlayerProcess, EndingSignalsCloseAsTheWindowDoes) {
+  // An 8-measure song at 60 BPM: still playing when the player is told to end.
+  const std::string song = folder.Write("songs/long.bms", "#PLAYER 1\r\n#BPM 60\r\n#00811:01\r\n");
+  const std::vector<std::string> saved{"vremo.ini", "vrkeycnf.dat", "default.vrl"};
+  std::map<std::string, std::string> afterQuit;
+  for (int ending : {0, SIGTERM, SIGINT, SIGHUP}) {
+    if (ending != 0) {
+      for (const std::string& name : saved) std::filesystem::remove(folder.Path("home/" + name));
+      folder.Write("home/vremo.ini", kSettings);
+      StartPlayer();
+    }
+    Partner partner(Channel());
+    ASSERT_TRUE(partner.connected());
+    partner.Send("LSTOP\n");
+    ASSERT_TRUE(partner.WaitFor("POK\n"));
+    // A second start in the song's folder names it relatively.
+    EXPECT_EQ(Run("long.bms", folder.Path("songs")).status, 0);
+    EXPECT_TRUE(partner.WaitFor("PLENGTH 32000\n")) << ending << partner.received();
+    if (ending == 0) {
+      partner.Send("LQUIT\n");
+    } else {
+      ::kill(player_, ending);
+    }
+    EXPECT_TRUE(partner.WaitFor("PCLOSE\n")) << ending << partner.received();
+    EXPECT_EQ(WaitForExit(30), 0) << ending;
+    // The list holds the song by its full path.
+    EXPECT_NE(folder.Read("home/default.vrl").find(song), std::string::npos) << ending;
+    for (const std::string& name : saved) {
+      ASSERT_TRUE(std::filesystem::exists(folder.Path("home/" + name))) << ending << name;
+      if (ending == 0) {
+        afterQuit[name] = folder.Read("home/" + name);
+      } else {
+        EXPECT_EQ(folder.Read("home/" + name), afterQuit[name]) << ending << name;
+      }
+    }
+  }
+}
+
+TEST_F(PlayerProcess, ChartsThatCannotBeReadLeaveThePlayerAnswering) {
+  Partner partner(Channel());
+  ASSERT_TRUE(partner.connected());
+  const std::string fifo = folder.Path("never-ends.bms");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  for (const std::string& path : {std::string("/proc/self/mem"), fifo}) {
+    partner.Send("LLOAD " + path + "\n");
+    ASSERT_TRUE(partner.WaitFor("POK\n")) << path;
+    // The load runs on the play timer's tick, after this reply.
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    partner.Send("LSTOP\n");
+    EXPECT_TRUE(partner.WaitFor("POK\n", 1000)) << path;
+  }
 }
 
 }  // namespace
