@@ -36,13 +36,13 @@ class QLabel;
 class QPlainTextEdit;
 class QPushButton;
 class QRadioButton;
-class QScrollBar;
 class QStackedWidget;
 class QTimer;
 
 namespace vremo {
 
 class DrawArea;
+class SeekBar;
 struct LoadCounts;
 class TitleStrip;
 
@@ -289,7 +289,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   QPushButton* cmdPlayList = nullptr;
   QPushButton* cmdDDInit = nullptr;
   QPushButton* cmdDDRelease = nullptr;
-  QScrollBar* hscSeek = nullptr;
+  SeekBar* hscSeek = nullptr;
   QTimer* timPlay = nullptr;
   QTimer* playTimer_ = nullptr;
   QSystemTrayIcon* tray_ = nullptr;
