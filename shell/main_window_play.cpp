@@ -115,12 +115,9 @@ void MainWindow::timPlay_Timer() {
       close();
       return;
     }
-    // A linked program decides what comes next; otherwise the play list.
-    if (linked_ && linked_()) {
-      if (partner_) partner_("PNEXT");
-    } else if (nextSong_) {
-      nextSong_();
-    }
+    // Every connected program hears of it, and the play list goes on.
+    if (partner_) partner_("PNEXT");
+    if (nextSong_) nextSong_();
   }
 }
 
