@@ -440,5 +440,16 @@ TEST_F(PlayerWindowTest, ShutDownSavesInItsOrder) {
   EXPECT_EQ(bytes.substr(20, 4), std::string(4, '\0'));
 }
 
+TEST_F(PlayerWindowTest, FailedListSaveAtExitIsSaid) {
+  // A folder where the list file should be: it cannot be written.
+  std::filesystem::create_directories(folder.Path("home/default.vrl"));
+  ::testing::internal::CaptureStderr();
+  window->close();
+  const std::string err = ::testing::internal::GetCapturedStderr();
+  EXPECT_NE(err.find("vremo: error: an error occured in list saving process!\n"), std::string::npos) << err;
+  EXPECT_TRUE(Log().endsWith("saving default.vrl...\nerror: an error occured in list saving process!"))
+      << Log().toStdString();
+}
+
 }  // namespace
 }  // namespace vremo
