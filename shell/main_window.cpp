@@ -88,7 +88,7 @@ MainWindow::~MainWindow() {
 void MainWindow::PreperForm() {
   auto* central = new QWidget;
   auto* columns = new QHBoxLayout(central);
-  columns->setContentsMargins(4, 4, 4, 4);
+  columns->setContentsMargins(kWindowMargin, kWindowMargin, kWindowMargin, kWindowMargin);
 
   auto* left = new QVBoxLayout;
   picTitle = new TitleStrip;

@@ -49,6 +49,8 @@ class TitleStrip;
 inline constexpr int kPlayTimerIntervalMs = 1;
 inline constexpr int kSeekLargeChange = 192;
 inline constexpr int kSizeUnitPixels = 256;
+// Border around the window's contents (none in full screen).
+inline constexpr int kWindowMargin = 4;
 
 class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   Q_OBJECT

@@ -180,19 +180,63 @@ TEST_F(MainWindowTest, F7AndF8SwitchUserPlayAndDemo) {
 
 TEST_F(MainWindowTest, AltEnterTwiceReturnsTheWindowWhereItWas) {
   window->setGeometry(40, 50, 900, 700);
+  Find<QCheckBox>("chkTitle")->setChecked(true);
   QApplication::processEvents();
   const QRect before = window->geometry();
   Key(Qt::Key_Return, Qt::AltModifier);
   EXPECT_TRUE(window->fullScreen());
   EXPECT_TRUE(window->isFullScreen());
   EXPECT_EQ(Find<QLabel>("lblCap")->text(), "Window[640x480]");
+  // The picture alone: no title strip, no border.
+  auto* draw = Find<QWidget>("picDraw");
+  auto* title = Find<QWidget>("picTitle");
+  EXPECT_TRUE(WaitFor([&] { return draw->geometry() == window->centralWidget()->rect(); }))
+      << draw->geometry().x() << "," << draw->geometry().y() << " " << draw->width() << "x" << draw->height();
+  EXPECT_FALSE(title->isVisible());
   Key(Qt::Key_Return, Qt::AltModifier);
   EXPECT_FALSE(window->fullScreen());
   QApplication::processEvents();
   EXPECT_EQ(window->geometry(), before);
+  EXPECT_TRUE(title->isVisible());
+  EXPECT_EQ(draw->mapTo(window.get(), QPoint(0, 0)).x(), kWindowMargin);
   // Enter alone is a lane key, not the switch.
   Key(Qt::Key_Return);
   EXPECT_FALSE(window->fullScreen());
+}
+
+TEST_F(MainWindowTest, ReleaseMemoriesStopsThePlay) {
+  const std::string chart = folder.Write("slow.bms", Crlf({"#TITLE slow", "#BPM 60", "#00111:01", "#03011:01"}));
+  const PlayState& state = window->engine().state();
+  bool stopRequested = false;
+  std::function<void()> during = [&] {
+    if (!state.running) {
+      QTimer::singleShot(5, window.get(), during);
+      return;
+    }
+    Find<QPushButton>("cmdDDRelease")->click();
+    stopRequested = state.stopRequested;
+    // Ends a play that would otherwise run for two minutes.
+    QTimer::singleShot(200, window.get(), [this] { window->RequestStop(); });
+  };
+  QTimer::singleShot(0, during);
+  window->RequestPlay(chart);
+  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
+  EXPECT_TRUE(stopRequested);
+  EXPECT_TRUE(Log().contains("releasing memories...\n  play-loop end.")) << Log().toStdString();
+}
+
+// Also run on a screen scaled by 2 (QT_SCALE_FACTOR=2): the size list, the
+// surfaces and the caption speak the widget's pixels, and the frame fills it.
+TEST_F(MainWindowTest, DrawingAreaAndSurfacesShareOneUnit) {
+  auto* size = Find<QComboBox>("cmbSize");
+  auto* draw = Find<DrawArea>("picDraw");
+  size->setCurrentText("1");
+  emit size->textActivated("1");
+  ASSERT_TRUE(WaitFor([&] { return draw->size() == QSize(256, 256); })) << draw->width() << "x" << draw->height();
+  EXPECT_TRUE(WaitFor([&] { return Find<QLabel>("lblCap")->text() == "Window[256x256]"; }))
+      << Find<QLabel>("lblCap")->text().toStdString() << " at device pixel ratio " << draw->devicePixelRatioF();
+  window->SeekTo(0);
+  EXPECT_EQ(draw->frame().size(), QSize(256, 256));
 }
 
 TEST_F(MainWindowTest, PlayingTheSameChartTwiceLoadsItOnce) {
