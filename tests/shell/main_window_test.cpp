@@ -303,10 +303,10 @@ TEST_F(MainWindowTest, ShutDownWritesSettingsAndKeyMap) {
 }
 
 // 400 measures of 2/4 (38400 units, past the 16-bit seek bar): fast up to the
-// last measures, then slow enough that a note is hit to the unit. Lane 11's
-// note is left alone; lanes 12-14 are played.
+// last measures, then slow enough (a unit in 62.5 ms) that a note is hit to
+// the unit. Lane 11's note is left alone; lanes 12-14 are played.
 std::string LongSong() {
-  std::vector<std::string> lines = {"#PLAYER 1", "#TITLE Long", "#BPM 20000", "#PLAYLEVEL 3"};
+  std::vector<std::string> lines = {"#PLAYER 1", "#TITLE Long", "#BPM 10000", "#PLAYLEVEL 3"};
   for (int m = 0; m < 400; ++m) {
     char line[16];
     std::snprintf(line, sizeof line, "#%03d02:0.5", m);
@@ -317,8 +317,8 @@ std::string LongSong() {
     data.replace(static_cast<size_t>(2 * slot), 2, value);
     return data;
   };
-  lines.push_back("#39203:" + at(10, "FF"));  // 255 BPM at 37672
-  lines.push_back("#39903:" + at(17, "1E"));  // 30 BPM at 38372
+  lines.push_back("#39403:" + at(12, "FF"));  // 255 BPM at 37872
+  lines.push_back("#39903:" + at(17, "14"));  // 20 BPM at 38372
   for (int lane = 11; lane <= 14; ++lane) lines.push_back("#399" + std::to_string(lane) + ":" + at(lane + 8, "01"));
   lines.push_back("#40001:00");  // the end at 38400
   return Crlf(lines);
@@ -378,7 +378,8 @@ TEST_F(MainWindowTest, LongSongPlaysFromTheStartAsTheOfflineRenderDoes) {
   const std::string rendered = folder.Read("render/vremoscore.txt");
   ASSERT_NE(rendered.find("1P - fGreat 3 Great 0 Good 0 Bad 0 Poor 1"), std::string::npos) << rendered;
 
-  // The same keys in the window, each pressed once the play reaches its note.
+  // The same keys in the window, each pressed within half a unit of its note
+  // (the judgement rounds the distance to whole units).
   Find<QCheckBox>("chkUserPlay")->click();
   auto* seek = Find<SeekBar>("hscSeek");
   const PlayState& state = window->engine().state();
@@ -387,7 +388,7 @@ TEST_F(MainWindowTest, LongSongPlaysFromTheStartAsTheOfflineRenderDoes) {
   int highestBarValue = 0;
   std::function<void()> watch = [&] {
     if (finished) return;
-    for (; state.running && pressed < hits.size() && state.currentPosition >= hits[pressed].first; ++pressed) {
+    for (; state.running && pressed < hits.size() && state.currentPosition >= hits[pressed].first - 0.5; ++pressed) {
       QTest::keyPress(window.get(), Qt::Key(hits[pressed].second));
       QTest::keyRelease(window.get(), Qt::Key(hits[pressed].second));
     }
