@@ -22,6 +22,7 @@
 #include "shell/key_map_file.h"
 #include "shell/program_folder.h"
 #include "shell/qt_text.h"
+#include "shell/seek_bar.h"
 #include "shell/settings_file.h"
 #include "shell/title_strip.h"
 #include "shell/window_placement.h"
@@ -87,7 +88,7 @@ MainWindow::~MainWindow() {
 void MainWindow::PreperForm() {
   auto* central = new QWidget;
   auto* columns = new QHBoxLayout(central);
-  columns->setContentsMargins(4, 4, 4, 4);
+  columns->setContentsMargins(kWindowMargin, kWindowMargin, kWindowMargin, kWindowMargin);
 
   auto* left = new QVBoxLayout;
   picTitle = new TitleStrip;
@@ -103,10 +104,9 @@ void MainWindow::PreperForm() {
   connect(picDraw, &DrawArea::LeftPressed, this, &MainWindow::picDraw_Pressed);
   connect(picDraw, &DrawArea::LeftDragged, this, &MainWindow::picDraw_Dragged);
   connect(picDraw, &DrawArea::LeftReleased, this, &MainWindow::picDraw_Released);
-  hscSeek = new QScrollBar(Qt::Horizontal);
+  hscSeek = new SeekBar;
   hscSeek->setObjectName("hscSeek");
   hscSeek->setToolTip(tr("Position in the song (chart units)"));
-  hscSeek->setRange(0, 0);
   hscSeek->setPageStep(kSeekLargeChange);
   hscSeek->setFocusPolicy(Qt::NoFocus);
   connect(hscSeek, &QScrollBar::valueChanged, this, &MainWindow::hscSeek_Change);

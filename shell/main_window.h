@@ -36,19 +36,21 @@ class QLabel;
 class QPlainTextEdit;
 class QPushButton;
 class QRadioButton;
-class QScrollBar;
 class QStackedWidget;
 class QTimer;
 
 namespace vremo {
 
 class DrawArea;
+class SeekBar;
 struct LoadCounts;
 class TitleStrip;
 
 inline constexpr int kPlayTimerIntervalMs = 1;
 inline constexpr int kSeekLargeChange = 192;
 inline constexpr int kSizeUnitPixels = 256;
+// Border around the window's contents (none in full screen).
+inline constexpr int kWindowMargin = 4;
 
 class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   Q_OBJECT
@@ -84,11 +86,9 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   // Runs just before each play starts (the play list re-reads the entry
   // that plays, so an edited chart shows its new title and length).
   void SetPlayStartHandler(std::function<void()> handler) { playStart_ = std::move(handler); }
-  // The partner program's notices: "PLENGTH " + length before a play,
-  // "PNEXT" after a song that ended by itself.
+  // The notices to every connected program: "PLENGTH " + length before a
+  // play, "PNEXT" after a song that ended by itself (the list then goes on).
   void SetLinkedPartner(std::function<void(std::string)> notify) { partner_ = std::move(notify); }
-  // True while a program is linked through the command channel.
-  void SetLinkedQuery(std::function<bool()> linked) { linked_ = std::move(linked); }
   // Files dropped on the window that are not a play record (a list file,
   // charts, folders): the play list takes them.
   void SetDropHandler(std::function<void(const std::vector<std::string>&)> handler) {
@@ -250,7 +250,6 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   std::function<void()> previousSong_;
   std::function<void()> playStart_;
   std::function<void(std::string)> partner_;
-  std::function<bool()> linked_;
   std::function<void()> shutdown_;
   std::function<void()> unload_;
   std::function<void(const std::vector<std::string>&)> dropHandler_;
@@ -289,7 +288,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   QPushButton* cmdPlayList = nullptr;
   QPushButton* cmdDDInit = nullptr;
   QPushButton* cmdDDRelease = nullptr;
-  QScrollBar* hscSeek = nullptr;
+  SeekBar* hscSeek = nullptr;
   QTimer* timPlay = nullptr;
   QTimer* playTimer_ = nullptr;
   QSystemTrayIcon* tray_ = nullptr;

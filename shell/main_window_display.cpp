@@ -4,6 +4,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
+#include <QLayout>
 #include <QRadioButton>
 #include <QScreen>
 #include <QStyle>
@@ -15,6 +16,7 @@
 #include "display/display_size.h"
 #include "shell/draw_area.h"
 #include "shell/main_window.h"
+#include "shell/title_strip.h"
 
 namespace vremo {
 
@@ -50,8 +52,9 @@ void MainWindow::SetScreenMode(bool full) {
 
 void MainWindow::DispResizeNow() {
   if (media_ == nullptr || layout_.loading || minimised_) return;
-  const qreal ratio = picDraw->devicePixelRatioF();
-  const std::string caption = DispResize(picDraw->width() * ratio, picDraw->height() * ratio, layout_, *layoutContext_);
+  // Surfaces are made in the widget's own (logical) pixels, which the layout
+  // and the size list speak; on a scaled screen painting stretches them.
+  const std::string caption = DispResize(picDraw->width(), picDraw->height(), layout_, *layoutContext_);
   if (!caption.empty()) lblCap->setText(QString::fromStdString(caption));
   renderer_->RequestBgaRefresh();
   if (!engine_->state().running) DrawIdleFrame();
@@ -96,8 +99,13 @@ void MainWindow::changeEvent(QEvent* event) {
 }
 
 void MainWindow::ApplyAutoHide() {
-  const bool hide = fullScreen() || (chkAutoHide->isChecked() && engine_->state().running);
+  const bool full = fullScreen();
+  const bool hide = full || (chkAutoHide->isChecked() && engine_->state().running);
   for (QWidget* widget : hideable_) widget->setVisible(!hide);
+  // Full screen is the picture alone: no title strip, no border.
+  picTitle->setVisible(settings_.titleDisplay && !full);
+  const int margin = full ? 0 : kWindowMargin;
+  if (centralWidget() != nullptr) centralWidget()->layout()->setContentsMargins(margin, margin, margin, margin);
 }
 
 void MainWindow::MakeTrayIcon() {

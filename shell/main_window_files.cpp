@@ -3,22 +3,46 @@
 #include <QDir>
 #include <QDragEnterEvent>
 #include <QFileDialog>
+#include <QGuiApplication>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
+#include <iostream>
 
 #include "shell/file_dialog_filter.h"
 #include "shell/main_window.h"
 #include "shell/record_file.h"
 
 namespace vremo {
+namespace {
+
+// Platforms that draw nowhere a user could see.
+bool HasScreen() {
+  const QString platform = QGuiApplication::platformName();
+  return platform != "offscreen" && platform != "minimal";
+}
+
+}  // namespace
 
 void MainWindow::ShowCriticalMessage(const std::string& text, const std::string& title) {
   auto* box = new QMessageBox(QMessageBox::Critical, QString::fromStdString(title), QString::fromStdString(text),
                               QMessageBox::Ok, this);
   box->setObjectName("messageBox");
   box->setAttribute(Qt::WA_DeleteOnClose);
-  box->open();
+  if (!shutDownDone_) {
+    box->open();
+    return;
+  }
+  // The program ends right after shut-down, and a box that does not wait
+  // would never be seen: the message goes to the log and standard error,
+  // and on a real screen the box waits for the user.
+  log_.PutLog(title + ": " + text);
+  std::cerr << "vremo: " << title << ": " << text << std::endl;
+  if (HasScreen()) {
+    box->exec();
+  } else {
+    delete box;
+  }
 }
 
 void MainWindow::SetPlayListWindow(QWidget* window) {

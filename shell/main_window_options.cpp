@@ -158,7 +158,7 @@ QWidget* MainWindow::MakeOptionsPanel() {
   connect(cmbSize, &QComboBox::textActivated, this, &MainWindow::cmbSize_Change);
   chkTitle = OptionCheck(tr("Title"), "Setting.TitleDisplay", tr("Show the title strip"));
   chkTitle->setObjectName("chkTitle");
-  BindOption(chkTitle, "Setting.TitleDisplay", [this] { picTitle->setVisible(settings_.titleDisplay); });
+  BindOption(chkTitle, "Setting.TitleDisplay", [this] { ApplyAutoHide(); });
   chkAutoHide = OptionCheck(tr("Auto hide"), "Setting.WndAutoHide", tr("Hide the controls while playing"));
   chkAutoHide->setObjectName("chkAutoHide");
   connect(chkAutoHide, &QCheckBox::toggled, this, [this] { ApplyAutoHide(); });
@@ -188,7 +188,14 @@ QWidget* MainWindow::MakeOptionsPanel() {
   });
   cmdDDInit = MakeButton("cmdDDInit", tr("Initialize"), tr("Initialize Memories: make the display surfaces again"));
   cmdDDRelease = MakeButton("cmdDDRelease", tr("Release"), tr("Release memories: free every surface and sound"));
-  connect(cmdDDRelease, &QPushButton::clicked, this, [this] { media_->ReleaseMemories(); });
+  connect(cmdDDRelease, &QPushButton::clicked, this, [this] {
+    // A play must not run on over released surfaces and sounds: stop it,
+    // let it see the request, then release.
+    if (engine_->state().running) picDraw->setFocus();
+    engine_->RequestStop();
+    QCoreApplication::processEvents();
+    media_->ReleaseMemories();
+  });
   connect(cmdDDInit, &QPushButton::clicked, this, [this] {
     log_.PutLog("Initialize Memories");
     media_->InitDirectDraw();
@@ -266,12 +273,12 @@ void MainWindow::ApplySettingsToControls() {
   cmbRect->setCurrentText(rect);
   if (settings_.wndMode == 0 || settings_.wndMode == 1)
     optWSize[static_cast<size_t>(settings_.wndMode)]->setChecked(true);
-  picTitle->setVisible(settings_.titleDisplay);
+  ApplyAutoHide();
   applyingSettings_ = false;
 }
 
 void MainWindow::ReadControlsIntoSettings() {
-  settings_.titleDisplay = picTitle->isVisibleTo(this);
+  settings_.titleDisplay = chkTitle->isChecked();
   settings_.rect = cmbRect->currentText().toStdString();
   settings_.wndMode = optWSize[0]->isChecked() ? 0 : optWSize[1]->isChecked() ? 1 : kNoWndMode;
   settings_.wndAutoHide = chkAutoHide->isChecked() ? 1 : 0;

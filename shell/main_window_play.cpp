@@ -23,6 +23,7 @@
 #include "shell/load_progress.h"
 #include "shell/main_window.h"
 #include "shell/qt_text.h"
+#include "shell/seek_bar.h"
 #include "shell/title_strip.h"
 
 namespace vremo {
@@ -73,10 +74,11 @@ void MainWindow::timPlay_Timer() {
     }
     picTitle->ShowSongInfo(*chart_);
     seekSetByProgram_ = true;
-    // The bar is 16-bit: long charts wrap to a negative maximum.
+    // The bar is 16-bit: a long chart wraps the maximum, often below 0,
+    // and the bar then holds only what lies between its two ends.
     const auto maximum = static_cast<int16_t>(static_cast<uint16_t>(chart_->LastY() & 0xFFFF));
-    hscSeek->setRange(std::min<int>(0, maximum), maximum);
-    hscSeek->setValue(0);
+    hscSeek->SetRangeAsWritten(0, maximum);
+    hscSeek->SetValueIfHeld(0);
     hscSeek->setPageStep(kSeekLargeChange);
     seekSetByProgram_ = false;
     for (const std::string& line : SongInfoLines(*chart_)) log_.PutLog(line);
@@ -113,12 +115,9 @@ void MainWindow::timPlay_Timer() {
       close();
       return;
     }
-    // A linked program decides what comes next; otherwise the play list.
-    if (linked_ && linked_()) {
-      if (partner_) partner_("PNEXT");
-    } else if (nextSong_) {
-      nextSong_();
-    }
+    // Every connected program hears of it, and the play list goes on.
+    if (partner_) partner_("PNEXT");
+    if (nextSong_) nextSong_();
   }
 }
 
@@ -236,7 +235,7 @@ void MainWindow::picDraw_Dragged(int, int y) {
   const double last = chart_->LastY();
   state.currentPosition = std::clamp(state.currentPosition + (y - lastMouseY_) / settings_.hiSpeed, 0.0, last);
   lastMouseY_ = y;
-  if (auto value = RoundToInt16(state.currentPosition)) hscSeek->setValue(*value);
+  if (auto value = RoundToInt16(state.currentPosition)) hscSeek->SetValueIfHeld(*value);
 }
 
 void MainWindow::picDraw_Released(int, int) {
@@ -259,7 +258,7 @@ void MainWindow::ShowSongInfo(std::string_view text) { lblInfo->setText(ToQStrin
 
 void MainWindow::SetSeekBarByProgram(int16_t position) {
   seekSetByProgram_ = true;
-  hscSeek->setValue(position);
+  hscSeek->SetValueIfHeld(position);
   seekSetByProgram_ = false;
 }
 

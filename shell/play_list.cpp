@@ -138,7 +138,7 @@ void PlayList::ListLoad(const std::string& path, bool silent) {
   UpCap();
 }
 
-void PlayList::ListSave(const std::string& path) {
+bool PlayList::ListSave(const std::string& path) {
   // A list that could not be read is kept beside its replacement.
   bool ok = true;
   if (std::find(brokenFiles_.begin(), brokenFiles_.end(), path) != brokenFiles_.end()) {
@@ -147,11 +147,11 @@ void PlayList::ListSave(const std::string& path) {
     ok = !ec;
     if (ok) std::erase(brokenFiles_, path);
   }
-  if (!ok || !WriteFileAtomically(path, EncodeListFile(entries_))) {
-    host_.ShowMessage("an error occured in list saving process!", std::string(kListErrorTitle));
-  }
+  ok = ok && WriteFileAtomically(path, EncodeListFile(entries_));
+  if (!ok) host_.ShowMessage("an error occured in list saving process!", std::string(kListErrorTitle));
   listFile_ = path;
   UpCap();
+  return ok;
 }
 
 void PlayList::ListPlay(int32_t index) {
@@ -196,8 +196,7 @@ void PlayList::LoadDefault(const std::string& folder) {
 
 void PlayList::SaveDefault(const std::string& folder) {
   log_.PutLog("saving default.vrl...");
-  ListSave((fs::path(folder) / kDefaultListName).string());
-  log_.PutLog("save complete.");
+  if (ListSave((fs::path(folder) / kDefaultListName).string())) log_.PutLog("save complete.");
 }
 
 }  // namespace vremo

@@ -52,7 +52,8 @@ class PlayList {
   void ListClear();
   void ListRemove(int32_t index);
   void ListLoad(const std::string& path, bool silent);
-  void ListSave(const std::string& path);
+  // False (after the message) when the file could not be written.
+  bool ListSave(const std::string& path);
   void ListSwap(int32_t a, int32_t b);
   void ListMove(int32_t from, int32_t to);  // adjacent swaps, as dragging does
   void ListPlay(int32_t index);
@@ -60,7 +61,8 @@ class PlayList {
   void ListPrev();
   void ListUpdateNow();
 
-  // default.vrl in the program's folder, read at start and written at exit.
+  // default.vrl in the program's folder, read at start and written at exit
+  // ("save complete." only when it was written).
   void LoadDefault(const std::string& folder);
   void SaveDefault(const std::string& folder);
 

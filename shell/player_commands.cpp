@@ -16,7 +16,6 @@ PlayerCommands::PlayerCommands(MainWindow& window, std::string programFolder)
   window_.SetNextSongHandler([this] { list_.ListNext(); });
   window_.SetPreviousSongHandler([this] { list_.ListPrev(); });
   window_.SetPlayStartHandler([this] { list_.ListUpdateNow(); });
-  window_.SetLinkedQuery([this] { return channel_.DdeLinked(); });
   window_.SetLinkedPartner([this](const std::string& notice) {
     static constexpr std::string_view kLength = "PLENGTH ";
     if (notice.rfind(kLength, 0) == 0) {

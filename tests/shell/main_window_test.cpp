@@ -8,12 +8,17 @@
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QPlainTextEdit>
+#include <QProcess>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
 #include <functional>
 
 #include "chart/bms_reader.h"
+#include "chart/media_loader.h"
+#include "play/headless_play.h"
+#include "shell/draw_area.h"
+#include "shell/seek_bar.h"
 #include "shell/title_strip.h"
 #include "tests/chart/chart_fixture.h"
 #include "tests/shell/window_test_support.h"
@@ -175,19 +180,63 @@ TEST_F(MainWindowTest, F7AndF8SwitchUserPlayAndDemo) {
 
 TEST_F(MainWindowTest, AltEnterTwiceReturnsTheWindowWhereItWas) {
   window->setGeometry(40, 50, 900, 700);
+  Find<QCheckBox>("chkTitle")->setChecked(true);
   QApplication::processEvents();
   const QRect before = window->geometry();
   Key(Qt::Key_Return, Qt::AltModifier);
   EXPECT_TRUE(window->fullScreen());
   EXPECT_TRUE(window->isFullScreen());
   EXPECT_EQ(Find<QLabel>("lblCap")->text(), "Window[640x480]");
+  // The picture alone: no title strip, no border.
+  auto* draw = Find<QWidget>("picDraw");
+  auto* title = Find<QWidget>("picTitle");
+  EXPECT_TRUE(WaitFor([&] { return draw->geometry() == window->centralWidget()->rect(); }))
+      << draw->geometry().x() << "," << draw->geometry().y() << " " << draw->width() << "x" << draw->height();
+  EXPECT_FALSE(title->isVisible());
   Key(Qt::Key_Return, Qt::AltModifier);
   EXPECT_FALSE(window->fullScreen());
   QApplication::processEvents();
   EXPECT_EQ(window->geometry(), before);
+  EXPECT_TRUE(title->isVisible());
+  EXPECT_EQ(draw->mapTo(window.get(), QPoint(0, 0)).x(), kWindowMargin);
   // Enter alone is a lane key, not the switch.
   Key(Qt::Key_Return);
   EXPECT_FALSE(window->fullScreen());
+}
+
+TEST_F(MainWindowTest, ReleaseMemoriesStopsThePlay) {
+  const std::string chart = folder.Write("slow.bms", Crlf({"#TITLE slow", "#BPM 60", "#00111:01", "#03011:01"}));
+  const PlayState& state = window->engine().state();
+  bool stopRequested = false;
+  std::function<void()> during = [&] {
+    if (!state.running) {
+      QTimer::singleShot(5, window.get(), during);
+      return;
+    }
+    Find<QPushButton>("cmdDDRelease")->click();
+    stopRequested = state.stopRequested;
+    // Ends a play that would otherwise run for two minutes.
+    QTimer::singleShot(200, window.get(), [this] { window->RequestStop(); });
+  };
+  QTimer::singleShot(0, during);
+  window->RequestPlay(chart);
+  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
+  EXPECT_TRUE(stopRequested);
+  EXPECT_TRUE(Log().contains("releasing memories...\n  play-loop end.")) << Log().toStdString();
+}
+
+// Also run on a screen scaled by 2 (QT_SCALE_FACTOR=2): the size list, the
+// surfaces and the caption speak the widget's pixels, and the frame fills it.
+TEST_F(MainWindowTest, DrawingAreaAndSurfacesShareOneUnit) {
+  auto* size = Find<QComboBox>("cmbSize");
+  auto* draw = Find<DrawArea>("picDraw");
+  size->setCurrentText("1");
+  emit size->textActivated("1");
+  ASSERT_TRUE(WaitFor([&] { return draw->size() == QSize(256, 256); })) << draw->width() << "x" << draw->height();
+  EXPECT_TRUE(WaitFor([&] { return Find<QLabel>("lblCap")->text() == "Window[256x256]"; }))
+      << Find<QLabel>("lblCap")->text().toStdString() << " at device pixel ratio " << draw->devicePixelRatioF();
+  window->SeekTo(0);
+  EXPECT_EQ(draw->frame().size(), QSize(256, 256));
 }
 
 TEST_F(MainWindowTest, PlayingTheSameChartTwiceLoadsItOnce) {
@@ -251,6 +300,119 @@ TEST_F(MainWindowTest, ShutDownWritesSettingsAndKeyMap) {
   EXPECT_EQ(Find<QComboBox>("cmbSleep")->currentText(), "2");
   EXPECT_EQ(window->keyMap()['Q'], 12);
   EXPECT_TRUE(Log().contains("load complete."));
+}
+
+// 400 measures of 2/4 (38400 units, past the 16-bit seek bar): fast up to the
+// last measures, then slow enough (a unit in 62.5 ms) that a note is hit to
+// the unit. Lane 11's note is left alone; lanes 12-14 are played.
+std::string LongSong() {
+  std::vector<std::string> lines = {"#PLAYER 1", "#TITLE Long", "#BPM 10000", "#PLAYLEVEL 3"};
+  for (int m = 0; m < 400; ++m) {
+    char line[16];
+    std::snprintf(line, sizeof line, "#%03d02:0.5", m);
+    lines.push_back(line);
+  }
+  auto at = [](int slot, const std::string& value) {
+    std::string data(48, '0');
+    data.replace(static_cast<size_t>(2 * slot), 2, value);
+    return data;
+  };
+  lines.push_back("#39403:" + at(12, "FF"));  // 255 BPM at 37872
+  lines.push_back("#39903:" + at(17, "14"));  // 20 BPM at 38372
+  for (int lane = 11; lane <= 14; ++lane) lines.push_back("#399" + std::to_string(lane) + ":" + at(lane + 8, "01"));
+  lines.push_back("#40001:00");  // the end at 38400
+  return Crlf(lines);
+}
+
+using Hits = std::vector<std::pair<int32_t, int>>;  // note position, virtual-key code
+
+// A key script for the offline play: each key at the first step that reaches
+// its note, found by playing the chart offline once without keys (the
+// virtual clock starts at 0, as the offline render's does).
+std::string OfflineKeyScript(const std::string& chartPath, const Hits& hits) {
+  auto chart = std::make_unique<Chart>();
+  MemoryLogSink sink;
+  DebugLog log(&sink);
+  NullMediaLoader media;
+  LoadContext context{log, media, {}, {}};
+  if (LoadChart(chartPath, *chart, context) != kLoadOk) return {};
+  Settings settings;
+  SilentSoundBank sounds;
+  const KeyMap keys = DefaultKeyMap();
+  VirtualClock clock;
+  HeadlessOptions options;
+  std::string script;
+  size_t next = 0;
+  int32_t steppedTick = clock.TickCount();
+  const PlayState* state = nullptr;
+  options.afterSleep = [&](int32_t tick) {
+    for (; next < hits.size() && state->currentPosition >= hits[next].first; ++next) {
+      for (const char* action : {" down ", " up "}) {
+        script += std::to_string(steppedTick) + action + std::to_string(hits[next].second) + "\n";
+      }
+    }
+    steppedTick = tick;
+  };
+  HeadlessPlay play(*chart, settings, sounds, keys, log, clock, options);
+  state = &play.engine().state();
+  play.Run({});
+  return next == hits.size() ? script : std::string();
+}
+
+TEST_F(MainWindowTest, LongSongPlaysFromTheStartAsTheOfflineRenderDoes) {
+  const std::string chart = folder.Write("long.bms", LongSong());
+  const Hits hits = {{38384, 'S'}, {38388, 'X'}, {38392, 'D'}};
+  const std::string script = OfflineKeyScript(chart, hits);
+  ASSERT_FALSE(script.empty());
+  folder.Write("keys.txt", script);
+  QProcess render;
+  QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+  std::filesystem::create_directories(folder.Path("render"));
+  env.insert("VREMO_HOME", QString::fromStdString(folder.Path("render")));
+  render.setProcessEnvironment(env);
+  render.start(VREMO_EXECUTABLE,
+               {"--render", QString::fromStdString(folder.Path("long.wav")), "--option", "UserPlay=True", "--input",
+                QString::fromStdString(folder.Path("keys.txt")), QString::fromStdString(chart)});
+  ASSERT_TRUE(render.waitForFinished(60000));
+  ASSERT_EQ(render.exitCode(), 0) << render.readAllStandardError().toStdString();
+  const std::string rendered = folder.Read("render/vremoscore.txt");
+  ASSERT_NE(rendered.find("1P - fGreat 3 Great 0 Good 0 Bad 0 Poor 1"), std::string::npos) << rendered;
+
+  // The same keys in the window, each pressed within half a unit of its note
+  // (the judgement rounds the distance to whole units).
+  Find<QCheckBox>("chkUserPlay")->click();
+  auto* seek = Find<SeekBar>("hscSeek");
+  const PlayState& state = window->engine().state();
+  size_t pressed = 0;
+  bool finished = false;
+  int highestBarValue = 0;
+  std::function<void()> watch = [&] {
+    if (finished) return;
+    for (; state.running && pressed < hits.size() && state.currentPosition >= hits[pressed].first - 0.5; ++pressed) {
+      QTest::keyPress(window.get(), Qt::Key(hits[pressed].second));
+      QTest::keyRelease(window.get(), Qt::Key(hits[pressed].second));
+    }
+    highestBarValue = std::max(highestBarValue, seek->value());
+    QTimer::singleShot(1, seek, watch);  // ends with the window
+  };
+  QTimer::singleShot(0, watch);
+  window->RequestPlay(chart);
+  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
+  finished = true;
+  EXPECT_EQ(pressed, hits.size());
+  EXPECT_FALSE(Log().contains("Err: Range over"));
+  EXPECT_EQ(folder.Read("vremoscore.txt"), rendered);
+
+  // The bar keeps its wrapped maximum and its 0, and takes no position it
+  // cannot hold; a seek to 0 from it still works.
+  EXPECT_EQ(seek->writtenMaximum(), -27136);
+  EXPECT_EQ(highestBarValue, 0);
+  EXPECT_EQ(seek->value(), 0);
+  EXPECT_FALSE(seek->SetValueIfHeld(1000));
+  EXPECT_TRUE(seek->SetValueIfHeld(-192));
+  EXPECT_TRUE(Log().endsWith("Err: Range over"));
+  EXPECT_TRUE(seek->SetValueIfHeld(0));
+  EXPECT_EQ(state.currentPosition, 0.0);
 }
 
 }  // namespace

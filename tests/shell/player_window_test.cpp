@@ -3,9 +3,11 @@
 // records from the window, the record switch, auto-hide and the size list.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QListWidget>
+#include <QLocalSocket>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -368,6 +370,53 @@ TEST_F(PlayerWindowTest, CaptionReachesTitleAndTrayIcon) {
   EXPECT_EQ(commands->playListWindow().list()->item(0)->text().left(9), "Ann - New");
 }
 
+TEST_F(PlayerWindowTest, EndOfSongTellsEveryPartnerAndTheListGoesOn) {
+  const QString name = QStringLiteral("vremo-test-%1-partner").arg(::getpid());
+  ASSERT_TRUE(commands->channel().Listen(name));
+  QLocalSocket partner;
+  partner.connectToServer(name);
+  ASSERT_TRUE(partner.waitForConnected(5000));
+  ASSERT_TRUE(WaitFor([&] { return commands->channel().PartnerCount() == 1; }));
+  QByteArray heard;
+  auto notices = [&] {
+    heard += partner.readAll();
+    QStringList lines = QString::fromUtf8(heard).split('\n', Qt::SkipEmptyParts);
+    for (QString& line : lines) {
+      if (line.startsWith("PLENGTH ")) line = "PLENGTH";
+    }
+    return lines;
+  };
+
+  Find<QCheckBox>("chkSet13")->setChecked(true);  // DontWait: each song ends at once
+  PlayList& list = commands->playList();
+  for (const char* title : {"a", "b"}) {
+    list.ListAdd(folder.Write(std::string("songs/") + title + ".bms",
+                              Crlf({"#TITLE " + std::string(title), "#BPM 240", "#00011:01"})));
+  }
+  auto ended = [&](qsizetype count) {
+    return WaitFor([&] { return notices().size() == count && !window->engine().Playing(); });
+  };
+
+  // A partner that has said nothing yet hears of each song's end, and the
+  // list plays on to its end.
+  list.ListPlay(0);
+  ASSERT_TRUE(ended(4)) << notices().join("|").toStdString();
+  EXPECT_EQ(notices(), QStringList({"PLENGTH", "PNEXT", "PLENGTH", "PNEXT"}));
+  EXPECT_EQ(list.currentIndex(), 1);
+  EXPECT_EQ(window->chart().title, "b");
+
+  // Once it has sent a command, the same.
+  partner.write("LPAUS\n");
+  partner.flush();
+  ASSERT_TRUE(WaitFor([&] { return notices().size() == 5; }));
+  list.ListPlay(0);
+  ASSERT_TRUE(ended(9)) << notices().join("|").toStdString();
+  EXPECT_EQ(notices(),
+            QStringList({"PLENGTH", "PNEXT", "PLENGTH", "PNEXT", "POK", "PLENGTH", "PNEXT", "PLENGTH", "PNEXT"}));
+  EXPECT_EQ(list.currentIndex(), 1);
+  EXPECT_EQ(window->chart().title, "b");
+}
+
 TEST(FileDialogFilter, WindowsFiltersBecomeQtFilters) {
   EXPECT_EQ(DialogFilter(kChartFileFilter).toStdString(), "BMS/BME Files(*.bms;*.bme) (*.bms *.bme);;All Files (*)");
   EXPECT_EQ(DialogFilter(kListFileFilter).toStdString(), "リストファイル(*.vrl) (*.vrl);;すべてのファイル (*)");
@@ -389,6 +438,17 @@ TEST_F(PlayerWindowTest, ShutDownSavesInItsOrder) {
   const std::string bytes = folder.Read("home/default.vrl");
   ASSERT_GE(bytes.size(), 24u);
   EXPECT_EQ(bytes.substr(20, 4), std::string(4, '\0'));
+}
+
+TEST_F(PlayerWindowTest, FailedListSaveAtExitIsSaid) {
+  // A folder where the list file should be: it cannot be written.
+  std::filesystem::create_directories(folder.Path("home/default.vrl"));
+  ::testing::internal::CaptureStderr();
+  window->close();
+  const std::string err = ::testing::internal::GetCapturedStderr();
+  EXPECT_NE(err.find("vremo: error: an error occured in list saving process!\n"), std::string::npos) << err;
+  EXPECT_TRUE(Log().endsWith("saving default.vrl...\nerror: an error occured in list saving process!"))
+      << Log().toStdString();
 }
 
 }  // namespace
