@@ -75,7 +75,7 @@ int RunRender(const RenderRequest& request, std::ostream& out, std::ostream& err
   StreamLogSink sink([&out](std::string_view text) { out << text; });
   DebugLog log(&sink);
   OfflineRenderer renderer;
-  MixerSoundBank bank(renderer);
+  MixerSoundBank bank(renderer, &log);
   SoundOnlyMediaLoader media(bank);
   LoadOptions loadOptions;
   loadOptions.noWav = settings.noWav;
