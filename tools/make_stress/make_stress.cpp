@@ -1,7 +1,8 @@
 // make_stress OUTDIR: writes the charts that measure Vremo's worst loads, for
 // `/usr/bin/time -v vremo --render ...` before and after a change:
 //   missing/missing.bms  5,180 #WAV names, none of them present, in a folder
-//                        of 5,000 other files (the cost of name resolution)
+//                        of 5,000 other files (the cost of name resolution);
+//                        missing_bmp.bms the same with #BMP names (--snapshot)
 //   shared/shared.bms    one 10-minute FLAC named by all 256 #WAV slots
 //                        (decoded memory)
 //   long/long.bms        a chart 23 days long at tempo 1 (render memory)
@@ -46,7 +47,10 @@ bool WriteMissing(const fs::path& dir) {
   std::string chart = "#BPM 120\r\n";
   for (int i = 0; i < kMissingNames; ++i) chart += "#WAV" + Hex2(i) + " missing" + std::to_string(i) + ".wav\r\n";
   chart += "#00111:01\r\n";
-  return WriteText(dir / "missing.bms", chart);
+  std::string pictures = "#BPM 120\r\n";
+  for (int i = 0; i < kMissingNames; ++i) pictures += "#BMP" + Hex2(i) + " missing" + std::to_string(i) + ".bmp\r\n";
+  pictures += "#00111:01\r\n";
+  return WriteText(dir / "missing.bms", chart) && WriteText(dir / "missing_bmp.bms", pictures);
 }
 
 // A quiet 440 Hz tone, so the file compresses like real music does not.
