@@ -51,11 +51,16 @@ std::unique_ptr<Surface> MakeSoundPanel(SurfaceMemory& memory) {
 }
 
 MediaLayer::MediaLayer(DebugLog& log, MixerSoundBank* sounds, int64_t budget)
-    : memory_(budget), log_(log), sounds_(sounds) {}
+    : memory_(budget), log_(log), sounds_(sounds) {
+  if (sounds_ != nullptr) sounds_->SetLog(&log_);
+}
 
 MediaLayer::~MediaLayer() = default;
 
-void MediaLayer::PrepareSurfaces() { pictures_.ReleaseAll(); }
+void MediaLayer::PrepareSurfaces() {
+  pictures_.ReleaseAll();
+  if (sounds_ != nullptr) sounds_->BeginLoad();
+}
 
 // The one place sounds cross over to the sound bank.
 SoundLoadResult MediaLayer::LoadSound(int slot, const std::string& path) {

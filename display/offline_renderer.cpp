@@ -90,12 +90,28 @@ void OfflineRenderer::MixTo(int64_t frame) {
     count -= early;
   }
   if (count > 0) {
+    // One Render call per step, as without a sink: the limiter's output
+    // depends on where the calls split the mix.
     const size_t start = samples_.size();
     samples_.resize(start + static_cast<size_t>(count) * kSoundChannels);
     mixer_.Render(samples_.data() + start, count);
     mixed_ += count;
+    if (static_cast<int64_t>(samples_.size() / 2) >= kStreamBlockFrames) HandOn();
   }
   latestFrame_ = std::max(latestFrame_, mixed_);
+}
+
+void OfflineRenderer::HandOn() {
+  if (!sink_ || samples_.empty()) return;
+  const int64_t frames = static_cast<int64_t>(samples_.size() / 2);
+  sink_(samples_.data(), frames);
+  handedOn_ += frames;
+  samples_.clear();  // keeps its capacity: one block's memory for the whole render
+}
+
+void OfflineRenderer::StreamTo(FrameSink sink) {
+  sink_ = std::move(sink);
+  HandOn();
 }
 
 void OfflineRenderer::AdvanceTo(double ms) {
@@ -120,6 +136,7 @@ bool OfflineRenderer::RenderTail(double maxMs) {
   }
   // Flush the look-ahead: everything mixed before becomes final.
   MixTo(mixed_ + mixer_.latencyFrames());
+  HandOn();
   return !AnySounding();
 }
 

@@ -8,11 +8,13 @@
 // voices at their own times), then call AdvanceTo(t) to mix up to t; at the
 // end call RenderTail, which lets the sounds ring out and flushes the mixer's
 // 1 ms look-ahead, and write the result with WriteWav. samples()[k] is always
-// clock time k / rate: the look-ahead delay is taken out. UI thread (the
-// caller's thread) only.
+// clock time k / rate: the look-ahead delay is taken out. A long render hands
+// its frames to a sink (StreamTo) in blocks instead of holding them all. UI
+// thread (the caller's thread) only.
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,6 +25,8 @@
 namespace vremo {
 
 inline constexpr int32_t kOfflineSampleRate = 44100;
+// Final frames a streaming render holds before it hands them on (1.5 s).
+inline constexpr int64_t kStreamBlockFrames = int64_t{1} << 16;
 
 class OfflineRenderer : public SoundOutput {
  public:
@@ -40,9 +44,16 @@ class OfflineRenderer : public SoundOutput {
   bool AnySounding() const;
 
   int64_t FrameAt(double ms) const;
-  // Frames mixed (the clock's position) and frames final in samples().
+  // From now on every final frame goes to `sink`, in blocks of about
+  // kStreamBlockFrames (the rest by RenderTail); samples() then holds only
+  // the frames not handed on yet.
+  using FrameSink = std::function<void(const float* interleavedStereo, int64_t frames)>;
+  void StreamTo(FrameSink sink);
+
+  // Frames mixed (the clock's position) and frames final (handed on or in
+  // samples()).
   int64_t mixedFrames() const { return mixed_; }
-  int64_t renderedFrames() const { return static_cast<int64_t>(samples_.size() / 2); }
+  int64_t renderedFrames() const { return handedOn_ + static_cast<int64_t>(samples_.size() / 2); }
   int latencyFrames() const { return mixer_.latencyFrames(); }
   int32_t sampleRate() const { return mixer_.outputRate(); }
   // Interleaved stereo, renderedFrames() frames, within [-1, 1].
@@ -71,9 +82,12 @@ class OfflineRenderer : public SoundOutput {
   void QueueNow(const MixerCommand& command) { Queue(latestFrame_, command); }
   void ApplyQueued(Queued& queued);
   void MixTo(int64_t frame);
+  void HandOn();
 
   Mixer mixer_;
   std::vector<float> samples_;
+  FrameSink sink_;
+  int64_t handedOn_ = 0;        // frames given to the sink
   std::vector<float> delayed_;  // the mixer's first latencyFrames() frames: before time 0
   int64_t mixed_ = 0;
   int64_t latestFrame_ = 0;  // the latest frame queued or mixed

@@ -7,8 +7,9 @@
 
 namespace vremo {
 
-std::unique_ptr<Surface> LoadPictureFile(const std::string& path, SurfaceMemory& memory) {
-  const std::optional<std::string> resolved = ResolveMediaPath(path, MediaKind::kPicture);
+std::unique_ptr<Surface> LoadPictureFile(const std::string& path, SurfaceMemory& memory, MediaFolderIndex* folders) {
+  const std::optional<std::string> resolved =
+      folders != nullptr ? folders->Resolve(path, MediaKind::kPicture) : ResolveMediaPath(path, MediaKind::kPicture);
   if (!resolved) return nullptr;
   QImageReader reader(QString::fromStdString(*resolved));
   reader.setDecideFormatFromContent(true);
@@ -27,7 +28,7 @@ PictureLoadResult PictureSlots::Load(int slot, const std::string& path, bool mea
   if (slot < 0 || slot >= kMediaSlots) return {};
   // The old picture goes first so that its memory counts as free.
   slots_[static_cast<size_t>(slot)].reset();
-  std::unique_ptr<Surface> picture = LoadPictureFile(path, memory);
+  std::unique_ptr<Surface> picture = LoadPictureFile(path, memory, &folders_);
   if (picture == nullptr) return {};
   PictureLoadResult result;
   result.loaded = true;
@@ -53,6 +54,7 @@ bool PictureSlots::AnyLoaded() const {
 
 void PictureSlots::ReleaseAll() {
   for (auto& picture : slots_) picture.reset();
+  folders_.Clear();
 }
 
 }  // namespace vremo

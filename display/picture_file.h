@@ -13,6 +13,7 @@
 
 #include "chart/chart.h"
 #include "chart/media_loader.h"
+#include "chart/media_path.h"
 #include "display/surface.h"
 
 namespace vremo {
@@ -20,9 +21,11 @@ namespace vremo {
 // Pictures wider or higher than this are refused unread.
 inline constexpr int32_t kMaxPictureSide = 16384;
 
-// Resolves `path` (media_path.h rules) and reads the picture into a counted
-// surface; nullptr when that fails for any reason.
-std::unique_ptr<Surface> LoadPictureFile(const std::string& path, SurfaceMemory& memory);
+// Resolves `path` (media_path.h rules, through `folders` when given) and
+// reads the picture into a counted surface; nullptr when that fails for any
+// reason.
+std::unique_ptr<Surface> LoadPictureFile(const std::string& path, SurfaceMemory& memory,
+                                         MediaFolderIndex* folders = nullptr);
 
 class PictureSlots {
  public:
@@ -33,10 +36,12 @@ class PictureSlots {
   // nullptr for an empty slot or a slot number outside 0-255.
   const Surface* Picture(int slot) const;
   bool AnyLoaded() const;
+  // Empties every slot; the next chart's names are resolved afresh.
   void ReleaseAll();
 
  private:
   std::array<std::unique_ptr<Surface>, kMediaSlots> slots_;
+  MediaFolderIndex folders_;
 };
 
 }  // namespace vremo

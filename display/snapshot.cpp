@@ -14,7 +14,6 @@
 namespace vremo {
 namespace {
 
-
 // Between two steps only the judge rules run; the real frame is drawn once,
 // at the end.
 class JudgeOnlyDrawer : public FrameDrawer {
@@ -95,8 +94,10 @@ const Surface* SnapshotScene::frame() const { return media_.back(); }
 
 SnapshotResult RunSnapshot(const SnapshotRequest& request, DebugLog& log, std::ostream& err) {
   if (request.width < 1 || request.height < 1 || request.width > kMaxSnapshotSide ||
-      request.height > kMaxSnapshotSide) {
-    err << "vremo: the snapshot size must be 1 to " << kMaxSnapshotSide << " pixels each way\n";
+      request.height > kMaxSnapshotSide || int64_t{request.width} * request.height > kMaxSnapshotPixels) {
+    err << "vremo: the snapshot size must be 1 to " << kMaxSnapshotSide << " pixels each way and at most "
+        << kMaxSnapshotPixels << " pixels in all (" << kMaxSnapshotSide << "x" << kMaxSnapshotPixels / kMaxSnapshotSide
+        << ")\n";
     return SnapshotResult::kBadRequest;
   }
   Settings settings;

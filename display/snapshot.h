@@ -28,6 +28,10 @@
 namespace vremo {
 
 inline constexpr int32_t kMaxSnapshotSide = 8192;
+// The drawing area's two surfaces (back and guide) may take half the surface
+// budget; the other half stays for the skin, the BGA and the chart's
+// pictures. 8192 x 4096 at most.
+inline constexpr int64_t kMaxSnapshotPixels = kVideoMemoryBudget / 2 / (2 * kSurfaceBytesPerPixel);
 
 struct SnapshotRequest {
   std::string chartPath;
@@ -43,7 +47,7 @@ struct SnapshotRequest {
 
 enum class SnapshotResult {
   kWritten,
-  kBadRequest,    // size out of 1..kMaxSnapshotSide, or an option that does not apply
+  kBadRequest,    // size out of 1..kMaxSnapshotSide or over kMaxSnapshotPixels, or an option that does not apply
   kChartMissing,  // the chart file does not exist
   kNoObject,      // the chart holds no object
   kWriteFailed,   // the picture could not be written

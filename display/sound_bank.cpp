@@ -1,10 +1,12 @@
 // The sound slots' bookkeeping on the UI thread; the voices live in the mixer.
 #include "display/sound_bank.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <limits>
+#include <set>
 
-#include "chart/media_path.h"
 #include "display/sound_decoder.h"
 
 namespace vremo {
@@ -14,15 +16,50 @@ int32_t BytesOf(int64_t frames) {
   return static_cast<int32_t>(std::min<int64_t>(frames * kSoundBytesPerFrame, std::numeric_limits<int32_t>::max()));
 }
 
+constexpr int kBytesPerMegabyte = 1 << 20;
+
 }  // namespace
 
 MixerSoundBank::~MixerSoundBank() { output_.StopAllVoices(); }
 
+void MixerSoundBank::BeginLoad() {
+  folders_.Clear();
+  decoded_.clear();
+}
+
+int64_t MixerSoundBank::HeldBytesExcept(int slot) const {
+  std::set<const SoundData*> counted;
+  int64_t bytes = 0;
+  for (int other = 0; other < kMixerVoices; ++other) {
+    const SoundData* sound = slots_[other].sound.get();
+    if (other != slot && sound != nullptr && counted.insert(sound).second) bytes += DecodedBytes(sound->frames);
+  }
+  return bytes;
+}
+
+// The file's sound, decoded once per load; `slot` is about to let go of its
+// own sound, which therefore does not count against the limit.
+std::shared_ptr<const SoundData> MixerSoundBank::Decode(const std::string& file, int slot) {
+  struct stat status {};
+  if (::stat(file.c_str(), &status) != 0) return nullptr;
+  const FileKey key{status.st_dev, status.st_ino, status.st_size,
+                    int64_t{status.st_mtim.tv_sec} * 1000000000 + status.st_mtim.tv_nsec};
+  if (auto shared = decoded_[key].lock()) return shared;
+  DecodeStatus outcome = DecodeStatus::kFailed;
+  auto sound = DecodeSoundFile(file, nullptr, limit_ - HeldBytesExcept(slot), &outcome);
+  if (outcome == DecodeStatus::kOverBudget && log_ != nullptr) {
+    log_->PutLog("  Err: decoded sounds would pass " + std::to_string(limit_ / kBytesPerMegabyte) +
+                 "MB, not loaded: " + file);
+  }
+  if (sound) decoded_[key] = sound;
+  return sound;
+}
+
 SoundLoadResult MixerSoundBank::LoadSound(int slot, const std::string& path) {
   if (!Valid(slot)) return {};
-  const auto resolved = ResolveMediaPath(path, MediaKind::kSound);
+  const auto resolved = folders_.Resolve(path, MediaKind::kSound);
   if (!resolved) return {};
-  auto sound = DecodeSoundFile(*resolved);
+  auto sound = Decode(*resolved, slot);
   if (!sound) return {};
   Slot& entry = slots_[slot];
   if (entry.sound) output_.StopVoice(slot);
@@ -36,6 +73,7 @@ SoundLoadResult MixerSoundBank::LoadSound(int slot, const std::string& path) {
 void MixerSoundBank::ReleaseSounds() {
   output_.StopAllVoices();
   for (Slot& entry : slots_) entry = Slot{};
+  decoded_.clear();
 }
 
 const SoundData* MixerSoundBank::Sound(int slot) const { return Valid(slot) ? slots_[slot].sound.get() : nullptr; }

@@ -8,14 +8,23 @@
 //
 // Sizes and cursors are counted in bytes of the decoded data taken as 16-bit
 // stereo (kSoundBytesPerFrame = 4 bytes a frame), whatever the file's format,
-// so cursor / length is the fraction played. UI thread only.
+// so cursor / length is the fraction played.
+//
+// A file named by several slots of one load is decoded once and shared (each
+// slot still plays as a voice of its own); the decoded sounds the slots hold
+// stay under a limit, and a sound that would pass it is left out with a log
+// line. UI thread only.
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 
+#include "chart/debug_log.h"
 #include "chart/media_loader.h"
+#include "chart/media_path.h"
 #include "display/mixer.h"
 #include "display/sound_data.h"
 #include "display/sound_output.h"
@@ -23,16 +32,28 @@
 
 namespace vremo {
 
+// What the slots' decoded sounds may take in all: four times the media of
+// the largest real song.
+inline constexpr int64_t kDecodedSoundLimit = int64_t{4} << 30;
+
 class MixerSoundBank : public SoundBank {
  public:
-  explicit MixerSoundBank(SoundOutput& output) : output_(output) {}
+  // `log` (may be null) receives the line for a sound left out over `limit`.
+  explicit MixerSoundBank(SoundOutput& output, DebugLog* log = nullptr, int64_t limit = kDecodedSoundLimit)
+      : output_(output), log_(log), limit_(limit) {}
   ~MixerSoundBank() override;
 
-  // Loading a sound slot: resolves `path` (ResolveMediaPath, kSound) and
-  // decodes it. On success the slot's sound is replaced (its voice stopped),
-  // its frequency reset to the file's rate, and the result carries that rate
-  // and the length in bytes. On failure (missing, unreadable, damaged file)
-  // the slot is left as it was and `loaded` is false.
+  void SetLog(DebugLog* log) { log_ = log; }
+  // A new chart load: folders are listed again and files decoded anew.
+  void BeginLoad();
+
+  // Loading a sound slot: resolves `path` (MediaFolderIndex, kSound) and
+  // decodes it, or shares the sound another slot decoded from the same file
+  // in this load. On success the slot's sound is replaced (its voice
+  // stopped), its frequency reset to the file's rate, and the result carries
+  // that rate and the length in bytes. On failure (missing, unreadable,
+  // damaged file, or over the limit) the slot is left as it was and `loaded`
+  // is false.
   SoundLoadResult LoadSound(int slot, const std::string& path);
   // Playback frequency in Hz for the slot's later and current plays.
   void SetSoundFrequency(int slot, int32_t frequency) { SetFrequency(slot, frequency); }
@@ -41,6 +62,8 @@ class MixerSoundBank : public SoundBank {
   void SetMasterVolume(float gain) { output_.SetMasterVolume(gain); }
   // The slot's decoded sound, or nullptr.
   const SoundData* Sound(int slot) const;
+  // Memory of the distinct decoded sounds the slots hold.
+  int64_t DecodedBytesHeld() const { return HeldBytesExcept(-1); }
 
   // SoundBank (play engine). Calls on an empty or invalid slot do nothing.
   bool HasSound(int slot) const override;
@@ -57,10 +80,18 @@ class MixerSoundBank : public SoundBank {
     std::shared_ptr<const SoundData> sound;
     int32_t frequency = 0;
   };
+  // A file on disk as it is now: device, inode, size, modification time.
+  using FileKey = std::tuple<uint64_t, uint64_t, int64_t, int64_t>;
   static bool Valid(int slot) { return slot >= 0 && slot < kMixerVoices; }
+  std::shared_ptr<const SoundData> Decode(const std::string& file, int slot);
+  int64_t HeldBytesExcept(int slot) const;
 
   SoundOutput& output_;
+  DebugLog* log_;
+  int64_t limit_;
   std::array<Slot, kMixerVoices> slots_{};
+  MediaFolderIndex folders_;
+  std::map<FileKey, std::weak_ptr<const SoundData>> decoded_;  // this load's files
 };
 
 // A MediaLoader that loads sounds into a MixerSoundBank and no pictures, for
@@ -68,7 +99,7 @@ class MixerSoundBank : public SoundBank {
 class SoundOnlyMediaLoader : public MediaLoader {
  public:
   explicit SoundOnlyMediaLoader(MixerSoundBank& bank) : bank_(bank) {}
-  void PrepareSurfaces() override {}
+  void PrepareSurfaces() override { bank_.BeginLoad(); }
   int64_t FreeVideoMemory() override { return 0; }
   SoundLoadResult LoadSound(int slot, const std::string& path) override { return bank_.LoadSound(slot, path); }
   void SetSoundFrequency(int slot, int32_t frequency) override { bank_.SetSoundFrequency(slot, frequency); }

@@ -2,14 +2,17 @@
 // converts the frames to stereo float and rejects damaged input.
 #include "display/sound_decoder.h"
 
+#include <fcntl.h>
 #include <sndfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
+#include <cstring>
+#include <string_view>
 #include <vector>
 
 namespace vremo {
@@ -25,22 +28,56 @@ uint32_t ReadLe32(const unsigned char* p) {
   return uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24;
 }
 
+// Owns a file descriptor.
+class FileHandle {
+ public:
+  explicit FileHandle(int fd) : fd_(fd) {}
+  FileHandle(const FileHandle&) = delete;
+  FileHandle& operator=(const FileHandle&) = delete;
+  ~FileHandle() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  int get() const { return fd_; }
+
+ private:
+  int fd_;
+};
+
+// Opens a regular file for reading. The open does not wait for a writer (a
+// FIFO) and anything but a regular file (FIFO, device, folder) is refused, so
+// no read can block or run on for ever. -1 with `error` set otherwise.
+int OpenRegularFile(const std::string& path, uint64_t& size, std::string* error) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) {
+    SetError(error, std::string("cannot read: ") + std::strerror(errno));
+    return -1;
+  }
+  struct stat status {};
+  if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+    ::close(fd);
+    SetError(error, "not a regular file");
+    return -1;
+  }
+  ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+  size = static_cast<uint64_t>(status.st_size);
+  return fd;
+}
+
+bool ReadAt(int fd, uint64_t offset, unsigned char* out, size_t count) {
+  return ::pread(fd, out, count, static_cast<off_t>(offset)) == static_cast<ssize_t>(count);
+}
+
 // libsndfile plays a WAV whose data chunk is cut short up to where it ends;
 // such a file is damaged (a broken copy or download), so it is refused.
 // True when the RIFF "data" chunk claims more bytes than the file holds.
-bool WavDataCutShort(const std::string& path) {
-  std::error_code ec;
-  const auto fileSize = std::filesystem::file_size(path, ec);
-  if (ec) return false;
-  std::ifstream file(path, std::ios::binary);
+bool WavDataCutShort(int fd, uint64_t fileSize) {
   std::array<unsigned char, 12> riff{};
-  if (!file.read(reinterpret_cast<char*>(riff.data()), riff.size())) return false;
+  if (!ReadAt(fd, 0, riff.data(), riff.size())) return false;
   if (std::string_view(reinterpret_cast<char*>(riff.data()), 4) != "RIFF") return false;
   uint64_t offset = riff.size();
   std::array<unsigned char, 8> header{};
   while (offset + header.size() <= fileSize) {
-    file.seekg(static_cast<std::streamoff>(offset));
-    if (!file.read(reinterpret_cast<char*>(header.data()), header.size())) return false;
+    if (!ReadAt(fd, offset, header.data(), header.size())) return false;
     const uint64_t size = ReadLe32(header.data() + 4);
     const uint64_t body = offset + header.size();
     if (std::string_view(reinterpret_cast<char*>(header.data()), 4) == "data") return body + size > fileSize;
@@ -76,9 +113,41 @@ struct SndFileCloser {
 
 }  // namespace
 
-std::shared_ptr<const SoundData> DecodeSoundFile(const std::string& path, std::string* error) {
+int64_t DecodedBytes(int64_t frames) {
+  return (std::max<int64_t>(frames, 0) + 1) * kSoundChannels * static_cast<int64_t>(sizeof(float));
+}
+
+namespace {
+
+// Reads at most `maxFrames` frames of the stream as stereo into `sound`.
+int64_t ReadFrames(SNDFILE* file, const SF_INFO& info, int64_t maxFrames, SoundData& sound) {
+  if (info.frames > 0 && info.frames <= maxFrames) {
+    sound.samples.reserve(static_cast<size_t>(info.frames + 1) * kSoundChannels);
+  }
+  std::vector<float> chunk(static_cast<size_t>(kReadChunkFrames) * info.channels);
+  int64_t frames = 0;
+  while (frames < maxFrames) {
+    const sf_count_t wanted = std::min<sf_count_t>(kReadChunkFrames, maxFrames - frames);
+    const sf_count_t got = sf_readf_float(file, chunk.data(), wanted);
+    if (got <= 0) break;
+    AppendStereo(chunk, got, info.channels, sound.samples);
+    frames += got;
+  }
+  return frames;
+}
+
+}  // namespace
+
+std::shared_ptr<const SoundData> DecodeSoundFile(const std::string& path, std::string* error, int64_t budgetBytes,
+                                                 DecodeStatus* status) {
+  DecodeStatus unused;
+  DecodeStatus& outcome = status != nullptr ? *status : unused;
+  outcome = DecodeStatus::kFailed;
+  uint64_t fileSize = 0;
+  FileHandle fd(OpenRegularFile(path, fileSize, error));
+  if (fd.get() < 0) return nullptr;
   SF_INFO info{};
-  std::unique_ptr<SNDFILE, SndFileCloser> file(sf_open(path.c_str(), SFM_READ, &info));
+  std::unique_ptr<SNDFILE, SndFileCloser> file(sf_open_fd(fd.get(), SFM_READ, &info, SF_FALSE));
   if (!file) {
     SetError(error, std::string("cannot read: ") + sf_strerror(nullptr));
     return nullptr;
@@ -91,26 +160,22 @@ std::shared_ptr<const SoundData> DecodeSoundFile(const std::string& path, std::s
     SetError(error, "no channels");
     return nullptr;
   }
-  if (IsWav(info.format) && WavDataCutShort(path)) {
+  if (IsWav(info.format) && WavDataCutShort(fd.get(), fileSize)) {
     SetError(error, "data chunk cut short");
     return nullptr;
   }
 
+  // Frames the budget allows; one more is read to tell "fits" from "too long".
+  const int64_t budgetFrames = budgetBytes / DecodedBytes(0) - 1;
+  if (budgetFrames < 1) {
+    SetError(error, "over the memory budget");
+    outcome = DecodeStatus::kOverBudget;
+    return nullptr;
+  }
   auto sound = std::make_shared<SoundData>();
   sound->sampleRate = info.samplerate;
   sound->fileChannels = info.channels;
-  if (info.frames > 0 && info.frames <= kMaxSoundFrames) {
-    sound->samples.reserve(static_cast<size_t>(info.frames + 1) * kSoundChannels);
-  }
-  std::vector<float> chunk(static_cast<size_t>(kReadChunkFrames) * info.channels);
-  int64_t frames = 0;
-  while (frames < kMaxSoundFrames) {
-    const sf_count_t wanted = std::min<sf_count_t>(kReadChunkFrames, kMaxSoundFrames - frames);
-    const sf_count_t got = sf_readf_float(file.get(), chunk.data(), wanted);
-    if (got <= 0) break;
-    AppendStereo(chunk, got, info.channels, sound->samples);
-    frames += got;
-  }
+  const int64_t frames = ReadFrames(file.get(), info, std::min(kMaxSoundFrames, budgetFrames + 1), *sound);
   if (sf_error(file.get()) != SF_ERR_NO_ERROR) {
     SetError(error, std::string("damaged: ") + sf_strerror(file.get()));
     return nullptr;
@@ -119,9 +184,15 @@ std::shared_ptr<const SoundData> DecodeSoundFile(const std::string& path, std::s
     SetError(error, "no sound data");
     return nullptr;
   }
+  if (frames > budgetFrames) {
+    SetError(error, "over the memory budget");
+    outcome = DecodeStatus::kOverBudget;
+    return nullptr;
+  }
   sound->frames = frames;
   sound->samples.resize(static_cast<size_t>(frames + 1) * kSoundChannels, 0.0f);  // the guard frame
   sound->samples.shrink_to_fit();
+  outcome = DecodeStatus::kDecoded;
   return sound;
 }
 

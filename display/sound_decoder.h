@@ -6,6 +6,7 @@
 // it touches nothing shared).
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -13,15 +14,26 @@
 
 namespace vremo {
 
-// Longest sound kept: about 25 minutes at 44.1 kHz (256 MiB of floats); the
+// Longest sound kept: about 25 minutes at 44.1 kHz (512 MiB decoded); the
 // rest of a longer file is cut off.
 inline constexpr int64_t kMaxSoundFrames = int64_t{1} << 26;
+inline constexpr int64_t kNoDecodeBudget = std::numeric_limits<int64_t>::max();
+
+enum class DecodeStatus { kDecoded, kFailed, kOverBudget };
+
+// Memory a decoded sound of `frames` frames takes, its guard frame included.
+int64_t DecodedBytes(int64_t frames);
 
 // Decodes the file at `path` (an existing file's name: resolve chart names with
-// ResolveMediaPath first). Returns nothing, and writes why into `error` when
-// given, for a file that is missing, not a sound, empty, cut short (a WAV whose
-// data chunk is shorter than its header says), damaged in its stream, or of a
-// sample rate outside [kMinSoundSampleRate, kMaxSoundSampleRate].
-std::shared_ptr<const SoundData> DecodeSoundFile(const std::string& path, std::string* error = nullptr);
+// ResolveMediaPath first). Only a regular file is read, and it is opened
+// without blocking, so a FIFO or a device never hangs the caller. Returns
+// nothing, and writes why into `error` when given, for a file that is missing,
+// not a regular file, not a sound, empty, cut short (a WAV whose data chunk is
+// shorter than its header says), damaged in its stream, or of a sample rate
+// outside [kMinSoundSampleRate, kMaxSoundSampleRate]; also for a sound whose
+// decoded data would take more than `budgetBytes` (`status` then says
+// kOverBudget).
+std::shared_ptr<const SoundData> DecodeSoundFile(const std::string& path, std::string* error = nullptr,
+                                                 int64_t budgetBytes = kNoDecodeBudget, DecodeStatus* status = nullptr);
 
 }  // namespace vremo

@@ -5,9 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
-#include <limits>
 #include <system_error>
 
 namespace vremo {
@@ -15,6 +13,7 @@ namespace {
 
 constexpr int kWavChannels = 2;
 constexpr int kWavBytesPerSample = 2;
+constexpr int kRiffSizeBeyondData = kWavHeaderBytes - 8;  // the RIFF size counts all but its own 8 bytes
 
 void PutLe16(std::vector<uint8_t>& out, uint32_t value) {
   out.push_back(static_cast<uint8_t>(value));
@@ -39,15 +38,10 @@ uint64_t DataBytes(int64_t frames) {
   return static_cast<uint64_t>(std::max<int64_t>(frames, 0)) * kWavChannels * kWavBytesPerSample;
 }
 
-}  // namespace
-
-std::vector<uint8_t> EncodeWav16(const float* interleavedStereo, int64_t frames, int32_t sampleRate) {
-  const uint32_t dataBytes = static_cast<uint32_t>(DataBytes(frames));
+void PutHeader(std::vector<uint8_t>& out, uint32_t dataBytes, int32_t sampleRate) {
   const uint32_t blockAlign = kWavChannels * kWavBytesPerSample;
-  std::vector<uint8_t> out;
-  out.reserve(kWavHeaderBytes + dataBytes);
   PutTag(out, "RIFF");
-  PutLe32(out, 36 + dataBytes);
+  PutLe32(out, kRiffSizeBeyondData + dataBytes);
   PutTag(out, "WAVE");
   PutTag(out, "fmt ");
   PutLe32(out, 16);
@@ -59,26 +53,85 @@ std::vector<uint8_t> EncodeWav16(const float* interleavedStereo, int64_t frames,
   PutLe16(out, 8 * kWavBytesPerSample);
   PutTag(out, "data");
   PutLe32(out, dataBytes);
-  for (uint64_t i = 0; i < dataBytes / kWavBytesPerSample; ++i) {
-    PutLe16(out, static_cast<uint16_t>(ToPcm16(interleavedStereo[i])));
-  }
+}
+
+void PutSamples(std::vector<uint8_t>& out, const float* interleavedStereo, int64_t frames) {
+  const uint64_t count = DataBytes(frames) / kWavBytesPerSample;
+  for (uint64_t i = 0; i < count; ++i) PutLe16(out, static_cast<uint16_t>(ToPcm16(interleavedStereo[i])));
+}
+
+}  // namespace
+
+std::vector<uint8_t> EncodeWav16(const float* interleavedStereo, int64_t frames, int32_t sampleRate) {
+  const uint32_t dataBytes = static_cast<uint32_t>(DataBytes(frames));
+  std::vector<uint8_t> out;
+  out.reserve(kWavHeaderBytes + dataBytes);
+  PutHeader(out, dataBytes, sampleRate);
+  PutSamples(out, interleavedStereo, frames);
   return out;
 }
 
 bool WriteWavFile(const std::string& path, const float* interleavedStereo, int64_t frames, int32_t sampleRate) {
-  if (DataBytes(frames) > std::numeric_limits<uint32_t>::max() - kWavHeaderBytes) return false;
-  const std::vector<uint8_t> bytes = EncodeWav16(interleavedStereo, frames, sampleRate);
-  const std::string temporary = path + ".tmp" + std::to_string(::getpid());
-  std::FILE* file = std::fopen(temporary.c_str(), "wb");
-  if (!file) return false;
-  bool ok = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-  ok = std::fflush(file) == 0 && ok;
-  ok = ::fsync(::fileno(file)) == 0 && ok;
-  ok = std::fclose(file) == 0 && ok;
+  WavFileWriter writer(path, sampleRate);
+  return writer.Append(interleavedStereo, frames) && writer.Finish();
+}
+
+WavFileWriter::WavFileWriter(std::string path, int32_t sampleRate, int64_t maxFrames)
+    : path_(std::move(path)),
+      temporary_(path_ + ".tmp" + std::to_string(::getpid())),
+      sampleRate_(sampleRate),
+      maxFrames_(std::min(maxFrames, kMaxWavFrames)) {
+  file_ = std::fopen(temporary_.c_str(), "wb");
+  std::vector<uint8_t> header;
+  PutHeader(header, 0, sampleRate_);  // the sizes are written by Finish
+  if (file_ == nullptr || std::fwrite(header.data(), 1, header.size(), file_) != header.size()) Abandon();
+}
+
+WavFileWriter::~WavFileWriter() {
+  if (file_ != nullptr) Abandon();
+}
+
+void WavFileWriter::Abandon() {
+  failed_ = true;
+  if (file_ == nullptr) return;
+  std::fclose(file_);
+  file_ = nullptr;
   std::error_code ec;
-  if (ok) std::filesystem::rename(temporary, path, ec);
+  std::filesystem::remove(temporary_, ec);
+}
+
+bool WavFileWriter::Append(const float* interleavedStereo, int64_t frames) {
+  if (failed_) return false;
+  if (frames <= 0) return true;
+  if (frames > maxFrames_ - frames_) {
+    tooLong_ = true;
+    Abandon();
+    return false;
+  }
+  encoded_.clear();
+  PutSamples(encoded_, interleavedStereo, frames);
+  if (std::fwrite(encoded_.data(), 1, encoded_.size(), file_) != encoded_.size()) {
+    Abandon();
+    return false;
+  }
+  frames_ += frames;
+  return true;
+}
+
+bool WavFileWriter::Finish() {
+  if (failed_) return false;
+  std::vector<uint8_t> header;
+  PutHeader(header, static_cast<uint32_t>(DataBytes(frames_)), sampleRate_);
+  bool ok = std::fseek(file_, 0, SEEK_SET) == 0 && std::fwrite(header.data(), 1, header.size(), file_) == header.size();
+  ok = std::fflush(file_) == 0 && ok;
+  ok = ::fsync(::fileno(file_)) == 0 && ok;
+  ok = std::fclose(file_) == 0 && ok;
+  file_ = nullptr;
+  std::error_code ec;
+  if (ok) std::filesystem::rename(temporary_, path_, ec);
   if (!ok || ec) {
-    std::filesystem::remove(temporary, ec);
+    failed_ = true;
+    std::filesystem::remove(temporary_, ec);
     return false;
   }
   return true;

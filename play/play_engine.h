@@ -153,6 +153,8 @@ class PlayEngine {
   enum class Phase { kIdle, kLooping, kWaitingForSounds };
 
   void SetTempo(double scaledTempo);
+  // The tick at which this step's clock formula reached `position`.
+  double StepTimeOf(double position) const;
   void FireObject(int32_t index);
   void ApplySoundChanges();
   void ReplayRecord();
@@ -170,6 +172,9 @@ class PlayEngine {
   std::string scoreLogFolder_ = ".";
 
   PlayState state_;
+  // The position formula the running step used (tempo changes may follow).
+  float stepRate_ = 0.0f;
+  int32_t stepOffset_ = 0;
   ScoreBoard scores_;
   PlayRecord record_;
   Phase phase_ = Phase::kIdle;

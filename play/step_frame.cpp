@@ -43,6 +43,13 @@ double PlayEngine::ClockTimeOf(double position) const {
   return state_.startTick + (position - state_.positionOffset) / state_.rate;
 }
 
+// A tempo change fired in this step must not move the time of the objects
+// after it in the same step: they were reached under the step's own formula.
+double PlayEngine::StepTimeOf(double position) const {
+  if (stepRate_ == 0.0f) return clock_.TickCount();
+  return state_.startTick + (position - stepOffset_) / stepRate_;
+}
+
 void PlayEngine::RestartSound(int32_t slot, double atMs) {
   if (slot < 0 || slot >= kMediaSlots || !sounds_.HasSound(slot)) return;
   sounds_.Restart(slot, atMs);
@@ -53,6 +60,8 @@ void PlayEngine::StepFrame() {
   const int32_t now = clock_.TickCount();
   state_.elapsed = TicksBetween(now, state_.startTick);
   state_.currentPosition = state_.elapsed * static_cast<double>(state_.rate) + state_.positionOffset;
+  stepRate_ = state_.rate;
+  stepOffset_ = state_.positionOffset;
 
   if (static_cast<int64_t>(now) > static_cast<int64_t>(state_.lastFpsTick) + kFpsIntervalMs) {
     state_.lastFpsTick = now;
@@ -88,7 +97,7 @@ void PlayEngine::ReplayRecord() {
   while (state_.nextRecordEntry < count && record_.Entry(state_.nextRecordEntry).position < state_.currentPosition) {
     const PlayRecordEntry& entry = record_.Entry(state_.nextRecordEntry);
     if (state_.currentPosition - entry.position < kLateSoundLimit)
-      RestartSound(entry.sound, ClockTimeOf(entry.position));
+      RestartSound(entry.sound, StepTimeOf(entry.position));
     ++state_.nextRecordEntry;
   }
 }
@@ -106,7 +115,7 @@ void PlayEngine::FireObject(int32_t index) {
   } else if (channel >= kFirstInvisibleChannel && channel <= kLastInvisibleChannel) {
     state_.laneKeySound[channel - kFirstInvisibleChannel] = object.value;
   } else if (channel == kChannelBackgroundSound) {
-    if (settings_.playSound && inTime) RestartSound(object.value, ClockTimeOf(object.y));
+    if (settings_.playSound && inTime) RestartSound(object.value, StepTimeOf(object.y));
   } else if (channel == kChannelBgaPoor) {
     state_.missPicture = object.value;
   } else if (channel == kChannelBgaBase) {
@@ -122,9 +131,9 @@ void PlayEngine::FireObject(int32_t index) {
     state_.positionOffset = RoundToInt32(state_.positionOffset - shift).value_or(state_.positionOffset);
     SetTempo(object.value * static_cast<double>(settings_.realHiSpeed));
   } else if (IsPlayableChannel(channel)) {
-    if (settings_.playKeySound && inTime) RestartSound(object.value, ClockTimeOf(object.y));
+    if (settings_.playKeySound && inTime) RestartSound(object.value, StepTimeOf(object.y));
     if (settings_.demoMode) {
-      if (inTime) RestartSound(object.value, ClockTimeOf(object.y));
+      if (inTime) RestartSound(object.value, StepTimeOf(object.y));
       state_.lanePendingNote[channel - kFirstLaneChannel] = kNoPendingNote;
       JudgeNote(index, 0);
     }

@@ -8,6 +8,7 @@
 #include "chart/chart_compiler.h"
 #include "display/offline_renderer.h"
 #include "display/sound_bank.h"
+#include "display/wav_writer.h"
 #include "play/headless_play.h"
 #include "play/lane_keys.h"
 #include "play/settings.h"
@@ -21,6 +22,36 @@ namespace {
 constexpr double kMaxTailMs = 60000.0;
 
 int ExitStatusOf(int32_t result) { return result == kLoadNoObject ? kExitNoObject : kExitMissing; }
+
+// Plays the loaded chart with the mix streaming into `wav`. A mix that
+// outgrows the file stops the play: nothing more could be kept.
+void RenderPlay(Chart& chart, Settings& settings, const std::vector<KeyEvent>& events, MixerSoundBank& bank,
+                OfflineRenderer& renderer, WavFileWriter& wav, DebugLog& log) {
+  VirtualClock clock;
+  HeadlessOptions options;
+  options.scoreLogFolder = ProgramFolder();
+  // Mix only up to the tick the engine has stepped at: sounds due in the
+  // coming step still start at their own sample.
+  int32_t steppedTick = clock.TickCount();
+  options.afterSleep = [&renderer, &steppedTick](int32_t tick) {
+    renderer.AdvanceTo(steppedTick);
+    steppedTick = tick;
+  };
+  const KeyMap keyMap = DefaultKeyMap();  // the lane keys keep a reference
+  HeadlessPlay play(chart, settings, bank, keyMap, log, clock, options);
+  bool refused = false;
+  renderer.StreamTo([&](const float* samples, int64_t frames) {
+    if (wav.Append(samples, frames) || !wav.tooLong() || refused) return;
+    refused = true;
+    log.PutLog("  Err: the mix passes the " + std::to_string(kMaxWavFrames / renderer.sampleRate()) +
+               " s a WAV file holds; render stopped.");
+    play.engine().RequestStop();
+  });
+  play.Run(events);
+  renderer.AdvanceTo(clock.TickCount());
+  if (!refused) renderer.RenderTail(kMaxTailMs);
+  renderer.StreamTo({});  // the sink refers to this play
+}
 
 }  // namespace
 
@@ -75,7 +106,7 @@ int RunRender(const RenderRequest& request, std::ostream& out, std::ostream& err
   StreamLogSink sink([&out](std::string_view text) { out << text; });
   DebugLog log(&sink);
   OfflineRenderer renderer;
-  MixerSoundBank bank(renderer);
+  MixerSoundBank bank(renderer, &log);
   SoundOnlyMediaLoader media(bank);
   LoadOptions loadOptions;
   loadOptions.noWav = settings.noWav;
@@ -91,22 +122,9 @@ int RunRender(const RenderRequest& request, std::ostream& out, std::ostream& err
   }
   for (const std::string& line : SongInfoLines(*chart)) log.PutLog(line);
 
-  VirtualClock clock;
-  HeadlessOptions options;
-  options.scoreLogFolder = ProgramFolder();
-  // Mix only up to the tick the engine has stepped at: sounds due in the
-  // coming step still start at their own sample.
-  int32_t steppedTick = clock.TickCount();
-  options.afterSleep = [&renderer, &steppedTick](int32_t tick) {
-    renderer.AdvanceTo(steppedTick);
-    steppedTick = tick;
-  };
-  const KeyMap keyMap = DefaultKeyMap();  // the lane keys keep a reference
-  HeadlessPlay play(*chart, settings, bank, keyMap, log, clock, options);
-  play.Run(events);
-  renderer.AdvanceTo(clock.TickCount());
-  renderer.RenderTail(kMaxTailMs);
-  if (!renderer.WriteWav(request.output)) {
+  WavFileWriter wav(request.output, renderer.sampleRate());
+  RenderPlay(*chart, settings, events, bank, renderer, wav, log);
+  if (!wav.Finish()) {
     err << "vremo: cannot write " << request.output << '\n';
     return kExitWriteFailed;
   }

@@ -52,5 +52,27 @@ TEST_F(MediaPaths, MissingNamesAndFoldersResolveToNothing) {
   EXPECT_EQ(Found("NOEXT"), "noext");
 }
 
+TEST_F(MediaPaths, OneLoadListsEachFolderOnceWhateverTheNumberOfNames) {
+  MediaFolderIndex index;
+  auto found = [&](const std::string& name, MediaKind kind = MediaKind::kSound) {
+    auto path = index.Resolve(In(name), kind);
+    if (path) path->erase(0, folder.path().string().size() + 1);
+    return path;
+  };
+  for (int i = 0; i < 500; ++i) {
+    EXPECT_FALSE(found("gone" + std::to_string(i) + ".wav"));
+    EXPECT_FALSE(found("GONE" + std::to_string(i) + ".bmp", MediaKind::kPicture));
+  }
+  EXPECT_EQ(found("SOUNDS\\kick.wav"), "Sounds/Kick.OGG");
+  EXPECT_EQ(found("BOTH.WAV"), "both.ogg");
+  EXPECT_EQ(found("bg.JPG", MediaKind::kPicture), "bg.png");
+  EXPECT_EQ(index.listings(), 2) << "the song folder and Sounds";
+
+  folder.Write("Late.WAV", "x");  // the next load sees it
+  index.Clear();
+  EXPECT_EQ(found("late.wav"), "Late.WAV");
+  EXPECT_EQ(index.listings(), 3);
+}
+
 }  // namespace
 }  // namespace vremo

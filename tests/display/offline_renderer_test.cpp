@@ -133,6 +133,27 @@ TEST(OfflineRendererTest, RenderTailRunsUntilSilence) {
   EXPECT_FALSE(renderer.RenderTail(100.0)) << "gives up at the limit";
 }
 
+TEST(OfflineRendererTest, AStreamingRenderHandsOnTheSameFramesAndHoldsOneBlock) {
+  OfflineRenderer kept;
+  OfflineRenderer streamed;
+  std::vector<float> handed;
+  size_t mostHeld = 0;
+  streamed.StreamTo(
+      [&handed](const float* samples, int64_t frames) { handed.insert(handed.end(), samples, samples + frames * 2); });
+  for (OfflineRenderer* renderer : {&kept, &streamed}) {
+    for (int clock = 0; clock <= 20000; clock += 5) {
+      if (clock % 250 == 0) renderer->StartVoice(clock / 250 % kMixerVoices, Click(2000), kRate, clock + 1.5);
+      renderer->AdvanceTo(clock);
+      mostHeld = std::max(mostHeld, streamed.samples().size());
+    }
+    renderer->RenderTail(1000.0);
+  }
+  EXPECT_EQ(streamed.renderedFrames(), kept.renderedFrames());
+  EXPECT_TRUE(streamed.samples().empty());
+  EXPECT_EQ(handed, kept.samples());
+  EXPECT_LT(mostHeld, static_cast<size_t>(kStreamBlockFrames + kRate / 100) * 2);
+}
+
 TEST(OfflineRendererTest, WriteWavWritesTheRender) {
   TempDir dir;
   OfflineRenderer renderer;

@@ -8,6 +8,7 @@
 #include <filesystem>
 
 #include "display/offline_renderer.h"
+#include "display/sound_decoder.h"
 #include "tests/display/sound_test_files.h"
 
 namespace vremo {
@@ -206,6 +207,35 @@ TEST_F(SoundBankTest, SoundOnlyMediaLoaderLoadsSoundsAndNoPictures) {
   EXPECT_EQ(SoundingFrames(), 50);
   EXPECT_FALSE(media.LoadPicture(1, dir_ / "s.wav", true).loaded);
   EXPECT_EQ(media.FreeVideoMemory(), 0);
+}
+
+TEST_F(SoundBankTest, OneFileForManySlotsIsDecodedOnceAndTheDecodedTotalIsCapped) {
+  constexpr int64_t kFrames = 50000;  // 400 KB decoded
+  WriteLevel("a.wav", kFrames, 0.25f);
+  WriteLevel("b.wav", kFrames);
+  const std::string c = WriteLevel("c.wav", kFrames);
+  MemoryLogSink sink;
+  DebugLog log(&sink);
+  MixerSoundBank bank(renderer_, &log, int64_t{1} << 20);
+  SoundOnlyMediaLoader media(bank);
+  media.PrepareSurfaces();
+  for (int slot = 0; slot < kMixerVoices - 2; ++slot) ASSERT_TRUE(media.LoadSound(slot, dir_ / "A.WAV").loaded);
+  EXPECT_EQ(bank.Sound(0), bank.Sound(kMixerVoices - 3));
+  EXPECT_EQ(bank.DecodedBytesHeld(), DecodedBytes(kFrames));
+  // The slots still sound as voices of their own: two plays add up.
+  bank.Restart(0, 0.0);
+  bank.Restart(1, 10.0);
+  renderer_.AdvanceTo(20.0);
+  EXPECT_FLOAT_EQ(LeftAt(100), 0.25f * kMixHeadroom);
+  EXPECT_FLOAT_EQ(LeftAt(600), 0.5f * kMixHeadroom);
+
+  EXPECT_TRUE(media.LoadSound(kMixerVoices - 2, dir_ / "b.wav").loaded);
+  EXPECT_FALSE(media.LoadSound(kMixerVoices - 1, c).loaded);
+  EXPECT_FALSE(bank.HasSound(kMixerVoices - 1));
+  EXPECT_EQ(sink.lines, std::vector<std::string>{"  Err: decoded sounds would pass 1MB, not loaded: " + c});
+  // A slot's own sound does not count against its replacement.
+  EXPECT_TRUE(media.LoadSound(kMixerVoices - 2, c).loaded);
+  EXPECT_EQ(bank.DecodedBytesHeld(), 2 * DecodedBytes(kFrames));
 }
 
 // The moontide charts name ".wav" files and ship ".ogg" ones.

@@ -3,6 +3,7 @@
 #include "display/sound_decoder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cmath>
@@ -210,6 +211,31 @@ TEST_F(SoundDecoderBadInputTest, OggCutInItsStream) {
 TEST_F(SoundDecoderBadInputTest, AFolder) {
   std::filesystem::create_directory(dir_.path() / "folder.wav");
   ExpectRefused("folder.wav");
+}
+
+// A FIFO without a writer would block an open for ever; endless devices
+// would be read until memory runs out.
+TEST_F(SoundDecoderBadInputTest, FifosAndDevicesAreRefusedWithoutReading) {
+  ASSERT_EQ(::mkfifo((dir_ / "pipe.wav").c_str(), 0600), 0);
+  ExpectRefused("pipe.wav");
+  for (const char* device : {"/dev/zero", "/dev/urandom"}) {
+    std::string error;
+    EXPECT_EQ(DecodeSoundFile(device, &error), nullptr);
+    EXPECT_EQ(error, "not a regular file");
+  }
+}
+
+TEST_F(SoundDecoderBadInputTest, ASoundOverItsMemoryBudgetIsRefusedWhole) {
+  GoodWavBytes(dir_);
+  DecodeStatus status = DecodeStatus::kFailed;
+  const auto fits = DecodeSoundFile(dir_ / "good.wav", nullptr, DecodedBytes(kFrames), &status);
+  ASSERT_NE(fits, nullptr);
+  EXPECT_EQ(status, DecodeStatus::kDecoded);
+  EXPECT_EQ(static_cast<int64_t>(fits->samples.size() * sizeof(float)), DecodedBytes(kFrames));
+  std::string error;
+  EXPECT_EQ(DecodeSoundFile(dir_ / "good.wav", &error, DecodedBytes(kFrames) - 1, &status), nullptr);
+  EXPECT_EQ(status, DecodeStatus::kOverBudget);
+  EXPECT_EQ(error, "over the memory budget");
 }
 
 }  // namespace

@@ -75,5 +75,36 @@ TEST(WavWriterTest, AnUnwritableFolderFailsAndTouchesNothing) {
   EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
 }
 
+TEST(WavWriterTest, AStreamedFileHasTheSameBytesAndALimit) {
+  TempDir dir;
+  const std::vector<float> samples = test::Sine(1000, 2, 44100, 440.0);
+  const std::string path = dir / "render.wav";
+  {
+    WavFileWriter writer(path, 44100);
+    for (int64_t at = 0; at < 1000; at += 300) {
+      ASSERT_TRUE(writer.Append(samples.data() + at * 2, std::min<int64_t>(300, 1000 - at)));
+    }
+    ASSERT_TRUE(writer.Finish());
+  }
+  const std::vector<uint8_t> expected = EncodeWav16(samples.data(), 1000, 44100);
+  const std::vector<char> written = test::ReadBytes(path);
+  ASSERT_EQ(written.size(), expected.size());
+  EXPECT_EQ(std::memcmp(written.data(), expected.data(), expected.size()), 0);
+
+  // Too long for the file: refused, and the file already there is kept.
+  const std::string kept = dir / "kept.wav";
+  test::WriteBytes(kept, {'o', 'l', 'd'});
+  WavFileWriter writer(kept, 44100, 500);
+  EXPECT_TRUE(writer.Append(samples.data(), 400));
+  EXPECT_FALSE(writer.Append(samples.data(), 101));
+  EXPECT_TRUE(writer.tooLong());
+  EXPECT_FALSE(writer.Append(samples.data(), 1));
+  EXPECT_FALSE(writer.Finish());
+  EXPECT_EQ(test::ReadBytes(kept), (std::vector<char>{'o', 'l', 'd'}));
+  int files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(dir.path())) files += entry.is_regular_file();
+  EXPECT_EQ(files, 2);
+}
+
 }  // namespace
 }  // namespace vremo

@@ -94,6 +94,29 @@ TEST_F(RenderMode, SoundsStartAtTheirOwnChartTimes) {
   }
 }
 
+// One object of a 192-step measure line.
+std::string StepLine(int measure, int channel, int step, const std::string& value) {
+  std::string data(192 * 2, '0');
+  data.replace(static_cast<size_t>(step) * 2, 2, value);
+  char head[8];
+  std::snprintf(head, sizeof head, "#%03d%02d:", measure, channel);
+  return head + data;
+}
+
+TEST_F(RenderMode, ASoundOnATempoChangeLandsOnItsExactSample) {
+  folder.Write("click.wav", ClickWav());
+  // 150 BPM, then 200 BPM at measure 1 step 17, between two 5 ms passes,
+  // with a click at the same position: the clock reaches it at 1600 +
+  // 17 x 1250 / 150 ms, whatever tempo follows.
+  const std::string chart = folder.Write(
+      "tempo.bms", Crlf({"#BPM 150", "#WAV01 click.wav", StepLine(1, 3, 17, "C8"), StepLine(1, 1, 17, "01")}));
+  const std::string wav = (folder.path() / "tempo.wav").string();
+  ASSERT_EQ(Render({wav, chart}), 0);
+  const std::vector<size_t> onsets = Onsets(LeftChannel(ReadFileBytes(wav)));
+  ASSERT_EQ(onsets.size(), 1u);
+  EXPECT_EQ(onsets[0], static_cast<size_t>(std::llround((1600.0 + 17 * 1250.0 / 150) * kRate / 1000)));
+}
+
 TEST_F(RenderMode, ScriptedUserPlayAppendsTheScoreLog) {
   folder.Write("click.wav", ClickWav());
   const std::string chart = folder.Write(

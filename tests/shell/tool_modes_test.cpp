@@ -114,6 +114,22 @@ TEST_F(ToolModes, UsageHelpAndVersion) {
   EXPECT_FALSE(RunToolMode({}, std::cout, std::cerr));
 }
 
+TEST_F(ToolModes, SnapshotSizesStopWhereTheSurfacesDo) {
+  const std::string chart = Chart("a.bms", {"#BPM 120", "#00111:01"});
+  const std::string png = (folder.path() / "a.png").string();
+  const std::string refusal =
+      "vremo: the snapshot size must be 1 to 8192 pixels each way and at most 33554432 pixels in all (8192x4096)\n";
+  for (const char* size : {"8192x8192", "4097x8192", "8193x1"}) {
+    const ToolRun run = RunTool({"--snapshot", png, "--size", size, chart});
+    EXPECT_EQ(run.status, kExitUsage) << size;
+    EXPECT_EQ(run.err, refusal) << size;
+  }
+  EXPECT_FALSE(std::filesystem::exists(png));
+  const ToolRun wide = RunTool({"--snapshot", png, "--size", "8192x1024", chart});
+  EXPECT_EQ(wide.status, kExitLoaded) << wide.err;
+  EXPECT_TRUE(std::filesystem::exists(png));
+}
+
 TEST(VremoExecutable, InfoOnTheDemoChart) {
   const std::string command = std::string(VREMO_EXECUTABLE) + " --info '" + VREMO_DEMO_CHART + "'";
   FILE* pipe = popen(command.c_str(), "r");
