@@ -28,11 +28,6 @@ class FileDescriptor {
   int fd_;
 };
 
-std::string NameOf(const std::string& path) {
-  const size_t slash = path.find_last_of("\\/");
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
 // Reads to the end; false on a read error or when more than maxBytes come.
 FileReadStatus ReadToEnd(int fd, size_t expected, size_t maxBytes, std::string& bytes) {
   bytes.reserve(expected);
@@ -77,7 +72,7 @@ FileRead ReadWholeFile(const std::string& path, size_t maxBytes) {
 }
 
 std::string FileReadErrorLine(const FileRead& read, const std::string& path, size_t maxBytes) {
-  const std::string name = NameOf(path);
+  const std::string name = FileNameOf(path);
   switch (read.status) {
     case FileReadStatus::kNotRegular:
       return "Err[not a file] :" + name;
@@ -91,6 +86,11 @@ std::string FileReadErrorLine(const FileRead& read, const std::string& path, siz
       break;
   }
   return {};
+}
+
+std::string FileNameOf(const std::string& path) {
+  const size_t slash = path.find_last_of("\\/");
+  return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 std::string ReadFileBytes(const std::string& path) { return ReadWholeFile(path).bytes; }

@@ -39,6 +39,9 @@ FileRead ReadWholeFile(const std::string& path, size_t maxBytes = kMaxFileBytes)
 // "Err[read failed] :mem". Empty for kRead.
 std::string FileReadErrorLine(const FileRead& read, const std::string& path, size_t maxBytes = kMaxFileBytes);
 
+// The part of a path after its last "/" or "\\", as log lines name files.
+std::string FileNameOf(const std::string& path);
+
 // The file's bytes; empty when it cannot be read.
 std::string ReadFileBytes(const std::string& path);
 // The same, logging the refusal line (a missing file is left to CheckExist).
