@@ -12,6 +12,8 @@
 #include <system_error>
 #include <vector>
 
+#include "chart/file_bytes.h"
+
 namespace vremo {
 namespace {
 
@@ -66,6 +68,12 @@ bool WriteFileAtomically(const std::string& path, std::string_view bytes) {
   if (ok) ok = std::rename(name.data(), target.c_str()) == 0;
   if (!ok) ::unlink(name.data());
   return ok;
+}
+
+bool BackUpFile(const std::string& path) {
+  std::error_code ec;
+  if (!fs::is_regular_file(path, ec) || fs::file_size(path, ec) > kMaxFileBytes || ec) return false;
+  return fs::copy_file(path, path + std::string(kBackupSuffix), fs::copy_options::overwrite_existing, ec) && !ec;
 }
 
 }  // namespace vremo

@@ -14,4 +14,12 @@ namespace vremo {
 // its mode and owner; a new file gets mode 0644.
 bool WriteFileAtomically(const std::string& path, std::string_view bytes);
 
+inline constexpr std::string_view kBackupSuffix = ".bak";
+
+// Copies a file that could not be read as what it should be to
+// path + kBackupSuffix before it is replaced: only a regular file of at most
+// kMaxFileBytes (a larger one is left alone rather than copied). True when
+// the copy exists.
+bool BackUpFile(const std::string& path);
+
 }  // namespace vremo

@@ -144,9 +144,7 @@ void PlayList::ListSave(const std::string& path) {
   // A list that could not be read is kept beside its replacement.
   bool ok = true;
   if (std::find(brokenFiles_.begin(), brokenFiles_.end(), path) != brokenFiles_.end()) {
-    std::error_code ec;
-    fs::copy_file(path, path + ".bak", fs::copy_options::overwrite_existing, ec);
-    ok = !ec;
+    ok = BackUpFile(path);
     if (ok) std::erase(brokenFiles_, path);
   }
   if (!ok || !WriteFileAtomically(path, EncodeListFile(entries_))) {

@@ -2,9 +2,9 @@
 #include "shell/settings_file.h"
 
 #include <array>
-#include <filesystem>
 
 #include "chart/file_bytes.h"
+#include "shell/atomic_file.h"
 #include "shell/profile_file.h"
 
 namespace vremo {
@@ -73,14 +73,10 @@ bool WriteSettings(const std::string& path, const Settings& settings, DebugLog* 
   } else if (old.status != FileReadStatus::kMissing) {
     // The user's file could not be read: its bytes go to a backup first, or
     // it stays as it is and nothing is written.
-    const std::string backup = path + std::string(kSettingsBackupSuffix);
-    std::error_code error;
-    const bool copied =
-        std::filesystem::is_regular_file(path, error) &&
-        std::filesystem::copy_file(path, backup, std::filesystem::copy_options::overwrite_existing, error);
+    const bool copied = BackUpFile(path);
     const std::string name = FileNameOf(path);
     if (log != nullptr) {
-      log->PutLog(copied ? name + " could not be read: kept as " + FileNameOf(backup)
+      log->PutLog(copied ? name + " could not be read: kept as " + FileNameOf(path) + std::string(kBackupSuffix)
                          : name + " could not be read: left as it is, settings not saved");
     }
     if (!copied) return false;

@@ -19,7 +19,6 @@ inline constexpr std::string_view kDontStretchReadDefault = "0";
 inline constexpr std::string_view kDontWaitReadDefault = "0";
 inline constexpr std::string_view kWndModeReadDefault = "0";
 inline constexpr std::string_view kWndAutoHideReadDefault = "0";
-inline constexpr std::string_view kSettingsBackupSuffix = ".bak";
 // WndMode when neither window-size option is selected: the key is then not
 // written.
 inline constexpr int16_t kNoWndMode = -1;

@@ -241,6 +241,19 @@ TEST_F(PlayListTest, DefaultListWithAWrongCountIsKeptAsBackup) {
                                                      "error: an error occured in list saving process!"}));
   EXPECT_EQ(std::filesystem::status(path).type(), std::filesystem::file_type::fifo);
   EXPECT_TRUE(std::find(sink.lines.begin(), sink.lines.end(), "Err[not a file] :default.vrl") != sink.lines.end());
+
+  // Nor is a 2 GB file read, copied or replaced.
+  std::filesystem::remove(path);
+  folder.Write("default.vrl", whole);
+  std::filesystem::resize_file(path, uintmax_t{2} << 30);
+  PlayList huge(host, log);
+  host.messages.clear();
+  huge.LoadDefault(home);
+  huge.SaveDefault(home);
+  EXPECT_EQ(host.messages.size(), 2u);
+  EXPECT_EQ(std::filesystem::file_size(path), uintmax_t{2} << 30);
+  EXPECT_EQ(ReadFileBytes(path + ".bak"), whole.substr(0, 20) + std::string("\xFB\xFF\xFF\xFF", 4) + whole.substr(24));
+  EXPECT_EQ(sink.lines.at(sink.lines.size() - 4), "Err[too large] :default.vrl (over 64 MiB, not read)");
 }
 
 }  // namespace
