@@ -1,7 +1,7 @@
 #pragma once
-// Reading a whole file into memory without trusting it: every file Vremo
-// reads (charts, layouts, settings, key map, lists, records) comes through
-// here. Only regular files are read, opened so that a FIFO or a device never
+// Reading a whole file into memory without trusting it: the files Vremo
+// parses itself (charts, layouts, settings, key map, lists, records) come
+// through here. Only regular files are read, opened so that a FIFO or a device never
 // blocks, with a size bound far above any real file, and a read error part
 // way gives a refusal instead of an exception. Any thread.
 
