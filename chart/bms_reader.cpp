@@ -2,8 +2,6 @@
 #include "chart/bms_reader.h"
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -60,14 +58,6 @@ void LoadSoundSlot(Chart& chart, LoadContext& context, int slot, std::u32string_
 
 }  // namespace
 
-std::string ReadFileBytes(const std::string& path) {
-  std::error_code ec;
-  if (std::filesystem::is_directory(path, ec)) return {};
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return {};
-  return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
-
 int32_t LoadChart(const std::string& path, Chart& chart, LoadContext& context) {
   DebugLog& log = context.log;
   if (!log.CheckExist(path)) return kLoadMissing;
@@ -83,7 +73,7 @@ int32_t LoadChart(const std::string& path, Chart& chart, LoadContext& context) {
   context.media.PrepareSurfaces();
   log.PutLog("  loading bms...");
 
-  const std::u32string text = PrepareChartText(DecodeChartBytes(ReadFileBytes(path)));
+  const std::u32string text = PrepareChartText(DecodeChartBytes(ReadFileBytes(path, log)));
   log.PutLog("  compiling bms & file loading...");
   chart.path = path;
   log.PutLog("  VRAM free: " + std::to_string(context.media.FreeVideoMemory()) + "bytes");

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "chart/chart.h"
+#include "chart/file_bytes.h"
 #include "chart/load_context.h"
 
 namespace vremo {
@@ -30,8 +31,5 @@ struct ChartListInfo : ChartHeader {
 
 // Empty when the file does not exist.
 std::optional<ChartListInfo> ReadChartHeader(const std::string& path);
-
-// The file's bytes; empty when it cannot be read.
-std::string ReadFileBytes(const std::string& path);
 
 }  // namespace vremo

@@ -1,8 +1,10 @@
 // PutLog, CheckExist and SetCaption, and the two plain sinks.
 #include "chart/debug_log.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <filesystem>
-#include <fstream>
 
 namespace vremo {
 
@@ -15,8 +17,12 @@ bool DebugLog::CheckExist(const std::string& path) {
   std::error_code ec;
   // A folder opens for reading here but never did where charts come from.
   if (!std::filesystem::is_directory(path, ec)) {
-    std::ifstream file(path, std::ios::binary);
-    if (file.is_open()) return true;
+    // Non-blocking: opening a FIFO that nobody writes to must not wait.
+    const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    if (fd >= 0) {
+      ::close(fd);
+      return true;
+    }
   }
   const size_t slash = path.find_last_of("\\/");
   const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);

@@ -211,7 +211,14 @@ void LoadRect(const std::string& path, Layout& layout, LayoutContext& context) {
   log.PutLog("LoadRect -----");
   layout.path = path;
   if (!log.CheckExist(path)) return;
-  const std::u32string text = DecodeChartBytes(ReadFileBytes(path));
+  // A file that cannot be read whole is treated like a missing one: the
+  // previous layout stays.
+  const FileRead file = ReadWholeFile(path);
+  if (!file.ok()) {
+    log.PutLog(FileReadErrorLine(file, path));
+    return;
+  }
+  const std::u32string text = DecodeChartBytes(file.bytes);
   layout.bgaShown = false;
   log.PutLog("  Loading rectfile...");
   layout.loading = true;

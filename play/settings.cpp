@@ -2,7 +2,9 @@
 // file and the tool modes.
 #include "play/settings.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <optional>
 
 #include "chart/chart_text.h"
@@ -10,6 +12,13 @@
 
 namespace vremo {
 namespace {
+
+// The two window-size options and a check box's values, as WndMode and
+// WndAutoHide hold them.
+constexpr int16_t kWndModeFit = 0;
+constexpr int16_t kWndModeFixed = 1;
+constexpr int16_t kCheckOff = 0;
+constexpr int16_t kCheckOn = 1;
 
 template <auto Member>
 OptionField Field(Settings& s) {
@@ -21,12 +30,17 @@ OptionField PlacementField(Settings& s) {
 }
 
 constexpr std::array kKeys = {
-    SettingsKey{"MainForm", "Left", PlacementField<&Settings::mainForm, &WindowPlacement::left>},
-    SettingsKey{"MainForm", "Top", PlacementField<&Settings::mainForm, &WindowPlacement::top>},
-    SettingsKey{"MainForm", "Width", PlacementField<&Settings::mainForm, &WindowPlacement::width>},
-    SettingsKey{"MainForm", "Height", PlacementField<&Settings::mainForm, &WindowPlacement::height>},
-    SettingsKey{"MainForm", "WindowState", PlacementField<&Settings::mainForm, &WindowPlacement::windowState>},
-    SettingsKey{"Setting", "Sleep", Field<&Settings::sleepMs>},
+    SettingsKey{"MainForm", "Left", PlacementField<&Settings::mainForm, &WindowPlacement::left>, kMinWindowCoordinate,
+                kMaxWindowCoordinate},
+    SettingsKey{"MainForm", "Top", PlacementField<&Settings::mainForm, &WindowPlacement::top>, kMinWindowCoordinate,
+                kMaxWindowCoordinate},
+    SettingsKey{"MainForm", "Width", PlacementField<&Settings::mainForm, &WindowPlacement::width>, 0.0,
+                kMaxWindowCoordinate},
+    SettingsKey{"MainForm", "Height", PlacementField<&Settings::mainForm, &WindowPlacement::height>, 0.0,
+                kMaxWindowCoordinate},
+    SettingsKey{"MainForm", "WindowState", PlacementField<&Settings::mainForm, &WindowPlacement::windowState>,
+                kWindowNormal, kWindowMaximised},
+    SettingsKey{"Setting", "Sleep", Field<&Settings::sleepMs>, kMinSleepMs, kMaxSleepMs},
     SettingsKey{"Setting", "NoBGA", Field<&Settings::noBga>},
     SettingsKey{"Setting", "NoWAV", Field<&Settings::noWav>},
     SettingsKey{"Setting", "ShowObj", Field<&Settings::showObj>},
@@ -40,8 +54,8 @@ constexpr std::array kKeys = {
     SettingsKey{"Setting", "DEMOMode", Field<&Settings::demoMode>},
     SettingsKey{"Setting", "ShowVLine", Field<&Settings::showVLine>},
     SettingsKey{"Setting", "ShowGlid", Field<&Settings::showGlid>},
-    SettingsKey{"Setting", "HiSpeed", Field<&Settings::hiSpeed>},
-    SettingsKey{"Setting", "RealHiSpeed", Field<&Settings::realHiSpeed>},
+    SettingsKey{"Setting", "HiSpeed", Field<&Settings::hiSpeed>, kMinHiSpeed, kMaxHiSpeed},
+    SettingsKey{"Setting", "RealHiSpeed", Field<&Settings::realHiSpeed>, kMinRealHiSpeed, kMaxRealHiSpeed},
     SettingsKey{"Setting", "PolMode", Field<&Settings::polMode>},
     SettingsKey{"Setting", "Rect", Field<&Settings::rect>},
     SettingsKey{"Setting", "ShowGauge", Field<&Settings::showGauge>},
@@ -54,13 +68,18 @@ constexpr std::array kKeys = {
     SettingsKey{"NoteSetting", "Nazo", Field<&Settings::nazo>},
     SettingsKey{"Setting", "DontStretch", Field<&Settings::dontStretch>},
     SettingsKey{"Setting", "DontWait", Field<&Settings::dontWait>},
-    SettingsKey{"Setting", "WndMode", Field<&Settings::wndMode>},
-    SettingsKey{"PlayList", "Left", PlacementField<&Settings::playList, &WindowPlacement::left>},
-    SettingsKey{"PlayList", "Top", PlacementField<&Settings::playList, &WindowPlacement::top>},
-    SettingsKey{"PlayList", "Width", PlacementField<&Settings::playList, &WindowPlacement::width>},
-    SettingsKey{"PlayList", "Height", PlacementField<&Settings::playList, &WindowPlacement::height>},
-    SettingsKey{"PlayList", "WindowState", PlacementField<&Settings::playList, &WindowPlacement::windowState>},
-    SettingsKey{"Setting", "WndAutoHide", Field<&Settings::wndAutoHide>},
+    SettingsKey{"Setting", "WndMode", Field<&Settings::wndMode>, kWndModeFit, kWndModeFixed},
+    SettingsKey{"PlayList", "Left", PlacementField<&Settings::playList, &WindowPlacement::left>, kMinWindowCoordinate,
+                kMaxWindowCoordinate},
+    SettingsKey{"PlayList", "Top", PlacementField<&Settings::playList, &WindowPlacement::top>, kMinWindowCoordinate,
+                kMaxWindowCoordinate},
+    SettingsKey{"PlayList", "Width", PlacementField<&Settings::playList, &WindowPlacement::width>, 0.0,
+                kMaxWindowCoordinate},
+    SettingsKey{"PlayList", "Height", PlacementField<&Settings::playList, &WindowPlacement::height>, 0.0,
+                kMaxWindowCoordinate},
+    SettingsKey{"PlayList", "WindowState", PlacementField<&Settings::playList, &WindowPlacement::windowState>,
+                kWindowNormal, kWindowMaximised},
+    SettingsKey{"Setting", "WndAutoHide", Field<&Settings::wndAutoHide>, kCheckOff, kCheckOn},
 };
 
 bool SameName(std::string_view a, std::string_view b) {
@@ -135,6 +154,29 @@ bool SetOptionText(Settings& settings, std::string_view nameEqualsValue) {
   return SetOption(settings, Trim(nameEqualsValue.substr(0, equals)), nameEqualsValue.substr(equals + 1));
 }
 
+void ReadOption(Settings& settings, const SettingsKey& key, std::string_view text) {
+  const OptionField field = key.field(settings);
+  if (std::holds_alternative<bool*>(field) || std::holds_alternative<std::string*>(field)) {
+    SetOption(settings, std::string(key.section) + "." + std::string(key.key), text);
+    return;
+  }
+  const std::optional<double> number = NumberOf(text);
+  if (!number || !std::isfinite(*number)) {
+    Settings fresh;
+    const OptionField freshField = key.field(fresh);
+    std::visit([&freshField](auto* target) { *target = *std::get<decltype(target)>(freshField); }, field);
+    return;
+  }
+  const double value = std::clamp(*number, key.minimum, key.maximum);
+  if (auto* i16 = std::get_if<int16_t*>(&field)) {
+    Assign(*i16, RoundToInt16(value));
+  } else if (auto* i32 = std::get_if<int32_t*>(&field)) {
+    Assign(*i32, RoundToInt32(value));
+  } else {
+    Assign(std::get<float*>(field), ToSingle(value));
+  }
+}
+
 std::string OptionText(const Settings& settings, const SettingsKey& key) {
   // The table hands out writable pointers; only reads happen here.
   const OptionField field = key.field(const_cast<Settings&>(settings));
@@ -143,6 +185,10 @@ std::string OptionText(const Settings& settings, const SettingsKey& key) {
   if (auto* i16 = std::get_if<int16_t*>(&field)) return std::to_string(**i16);
   if (auto* i32 = std::get_if<int32_t*>(&field)) return std::to_string(**i32);
   return ShortestDecimal(*std::get<float*>(field));
+}
+
+bool OptionIsOn(const Settings& settings, const SettingsKey& key) {
+  return BooleanOf(OptionText(settings, key)).value_or(false);
 }
 
 }  // namespace vremo

@@ -6,6 +6,7 @@
 // UI thread only.
 
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <string>
 #include <string_view>
@@ -15,6 +16,23 @@ namespace vremo {
 
 inline constexpr int32_t kDefaultSleepMs = 5;
 inline constexpr std::string_view kDefaultRectFile = "default.vrd";
+
+// The ranges the option panel's controls offer; values read from the
+// settings file are brought into them.
+inline constexpr int32_t kMinSleepMs = 0;
+inline constexpr int32_t kMaxSleepMs = 20;
+inline constexpr float kMinHiSpeed = 0.5f;
+inline constexpr float kMaxHiSpeed = 8.0f;
+inline constexpr float kMinRealHiSpeed = 0.5f;
+inline constexpr float kMaxRealHiSpeed = 2.0f;
+// Window places: X11 keeps coordinates and sizes in 16 bits.
+inline constexpr float kMinWindowCoordinate = -32768.0f;
+inline constexpr float kMaxWindowCoordinate = 32767.0f;
+
+// A window's state as the settings file keeps it.
+inline constexpr int16_t kWindowNormal = 0;
+inline constexpr int16_t kWindowMinimised = 1;
+inline constexpr int16_t kWindowMaximised = 2;
 
 struct WindowPlacement {
   float left = 0.0f;
@@ -65,11 +83,14 @@ struct Settings {
 
 using OptionField = std::variant<bool*, int16_t*, int32_t*, float*, std::string*>;
 
-// One key of the settings file, with the member it fills.
+// One key of the settings file, with the member it fills and, for a number,
+// the range its control offers (unbounded when there is no control).
 struct SettingsKey {
   std::string_view section;
   std::string_view key;
   OptionField (*field)(Settings&);
+  double minimum = -std::numeric_limits<double>::infinity();
+  double maximum = std::numeric_limits<double>::infinity();
 };
 
 // Every key in the order the settings file is read.
@@ -86,7 +107,17 @@ bool SetOption(Settings& settings, std::string_view name, std::string_view value
 // The same for a whole "NAME=VALUE" text.
 bool SetOptionText(Settings& settings, std::string_view nameEqualsValue);
 
+// Reads one key's text as the settings file does: like SetOption, except
+// that a number outside its key's range is brought to the nearer end, and a
+// number that is missing (empty text) or does not convert takes its
+// fresh-install value, since 0 would freeze or stall a play.
+void ReadOption(Settings& settings, const SettingsKey& key, std::string_view text);
+
 // The value as the settings file writes it: "True"/"False", shortest decimal.
 std::string OptionText(const Settings& settings, const SettingsKey& key);
+
+// Whether a check box bound to the key shows a tick: a boolean, or a number
+// that is not zero (WndAutoHide holds the check box's 0 or 1).
+bool OptionIsOn(const Settings& settings, const SettingsKey& key);
 
 }  // namespace vremo

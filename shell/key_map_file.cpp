@@ -1,22 +1,20 @@
 // LoadKeyMap / SaveKeyMap: the 512-byte little-endian table.
 #include "shell/key_map_file.h"
 
-#include <fstream>
-#include <iterator>
-
-#include "chart/bms_reader.h"
+#include "chart/file_bytes.h"
 #include "shell/atomic_file.h"
 
 namespace vremo {
 
 KeyMap LoadKeyMap(const std::string& path, DebugLog& log) {
   log.PutLog("Loading vrkeycnf.dat...");
-  std::ifstream file(path, std::ios::binary);
-  if (!file.is_open()) {
+  const FileRead file = ReadWholeFile(path);
+  if (!file.ok()) {
+    if (file.status != FileReadStatus::kMissing) log.PutLog(FileReadErrorLine(file, path));
     log.PutLog("error! sets default.");
     return DefaultKeyMap();
   }
-  const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const std::string& bytes = file.bytes;
   KeyMap map{};
   for (size_t i = 0; i < map.size() && 2 * i + 1 < bytes.size(); ++i) {
     const auto low = static_cast<uint8_t>(bytes[2 * i]);
@@ -40,10 +38,16 @@ std::string EncodeKeyMap(const KeyMap& map) {
 bool SaveKeyMap(const std::string& path, const KeyMap& map, DebugLog& log) {
   log.PutLog("saving vrkeycnf.dat...");
   std::string bytes = EncodeKeyMap(map);
-  // The table is written over the file, not in place of it.
-  const std::string old = ReadFileBytes(path);
-  if (old.size() > bytes.size()) bytes += old.substr(bytes.size());
-  const bool saved = WriteFileAtomically(path, bytes);
+  // The table is written over the file, not in place of it; a file that
+  // cannot be read whole is left as it is.
+  const FileRead old = ReadWholeFile(path);
+  bool saved = false;
+  if (old.ok() || old.status == FileReadStatus::kMissing) {
+    if (old.bytes.size() > bytes.size()) bytes += old.bytes.substr(bytes.size());
+    saved = WriteFileAtomically(path, bytes);
+  } else {
+    log.PutLog(FileReadErrorLine(old, path));
+  }
   log.PutLog("complete.");
   return saved;
 }

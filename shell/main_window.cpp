@@ -241,7 +241,7 @@ void MainWindow::ShutDown() {
   ReadControlsIntoSettings();
   media_->ReleaseMemories();
   SaveKeyMap(programFolder_ + "/" + std::string(kKeyMapFileName), keyMap_, log_);
-  WriteSettings(programFolder_ + "/" + std::string(kSettingsFileName), settings_);
+  WriteSettings(programFolder_ + "/" + std::string(kSettingsFileName), settings_, &log_);
   if (unload_) unload_();
   if (tray_ != nullptr) tray_->hide();
 }

@@ -55,7 +55,7 @@ void MainWindow::cmdRecSave_Click() {
   const QString answer = QFileDialog::getSaveFileName(this, tr("Save the play record"), QDir::currentPath(),
                                                       DialogFilter(kRecordFileFilter));
   if (answer.isEmpty()) return;
-  if (!SaveRecord(answer.toStdString(), engine_->record(), RecordChartOf(*chart_))) {
+  if (!SaveRecord(answer.toStdString(), engine_->record(), RecordChartOf(*chart_), &log_)) {
     // Not a message the old program had: a full disk must not pass in silence.
     log_.PutLog("record save failed: " + answer.toStdString());
   }

@@ -258,7 +258,7 @@ void MainWindow::ApplySettingsToControls() {
     if (key == nullptr) continue;
     const std::string text = OptionText(settings_, *key);
     if (auto* check = qobject_cast<QCheckBox*>(binding.control)) {
-      check->setChecked(text == "True");
+      check->setChecked(OptionIsOn(settings_, *key));
     } else if (auto* list = qobject_cast<QComboBox*>(binding.control)) {
       // Every entry of equal value is selected in turn; the last one stays.
       const auto wanted = ParseNumber(FromUtf8(text));

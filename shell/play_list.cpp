@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "chart/file_bytes.h"
 #include "shell/atomic_file.h"
 #include "shell/play_list_file.h"
 
@@ -122,10 +123,11 @@ void PlayList::RebuildRows() {
 }
 
 void PlayList::ListLoad(const std::string& path, bool silent) {
-  std::error_code ec;
-  if (fs::is_regular_file(path, ec)) {
+  const FileRead file = ReadWholeFile(path);
+  if (file.status != FileReadStatus::kMissing) {
+    if (!file.ok()) log_.PutLog(FileReadErrorLine(file, path));
     entries_.clear();
-    const bool ok = DecodeListFile(ReadFileBytes(path), entries_);
+    const bool ok = file.ok() && DecodeListFile(file.bytes, entries_);
     RebuildRows();
     if (!ok) {
       brokenFiles_.push_back(path);
@@ -142,9 +144,7 @@ bool PlayList::ListSave(const std::string& path) {
   // A list that could not be read is kept beside its replacement.
   bool ok = true;
   if (std::find(brokenFiles_.begin(), brokenFiles_.end(), path) != brokenFiles_.end()) {
-    std::error_code ec;
-    fs::copy_file(path, path + ".bak", fs::copy_options::overwrite_existing, ec);
-    ok = !ec;
+    ok = BackUpFile(path);
     if (ok) std::erase(brokenFiles_, path);
   }
   ok = ok && WriteFileAtomically(path, EncodeListFile(entries_));

@@ -12,6 +12,7 @@ namespace {
 
 constexpr size_t kSignatureBytes = 20;
 constexpr std::string_view kSignature = "Vremo Play List";
+constexpr int32_t kEmptyListCount = -1;
 constexpr size_t kMaxStringBytes = std::numeric_limits<uint16_t>::max();
 
 void PutString(std::string& out, const std::string& text) {
@@ -27,6 +28,7 @@ void PutString(std::string& out, const std::string& text) {
 class Reader {
  public:
   explicit Reader(std::string_view bytes, size_t at) : bytes_(bytes), at_(at) {}
+  bool AtEnd() const { return at_ == bytes_.size(); }
   bool Int(int32_t& value) {
     if (bytes_.size() - at_ < 4) return false;
     value = Int32At(bytes_, at_);
@@ -65,7 +67,7 @@ bool ReadEntry(Reader& in, ChartListInfo& e) {
 std::string EncodeListFile(const std::vector<ChartListInfo>& entries) {
   std::string out(kSignature);
   out.resize(kSignatureBytes, '\0');
-  PutInt32(out, static_cast<int32_t>(entries.size()) - 1);
+  PutInt32(out, static_cast<int32_t>(entries.size()) + kEmptyListCount);
   for (const ChartListInfo& e : entries) {
     PutString(out, e.title);
     PutString(out, e.artist);
@@ -93,7 +95,8 @@ bool DecodeListFile(std::string_view bytes, std::vector<ChartListInfo>& out) {
     if (!ReadEntry(in, entry)) return false;
     out.push_back(std::move(entry));
   }
-  return true;
+  // A Count below the entries the file holds would lose the rest unseen.
+  return count >= kEmptyListCount && in.AtEnd();
 }
 
 }  // namespace vremo

@@ -14,7 +14,8 @@ namespace vremo {
 std::string EncodeListFile(const std::vector<ChartListInfo>& entries);
 
 // Appends the entries the bytes hold to `out`; false when the bytes end
-// before Count's last entry (the complete entries read so far are kept).
+// before Count's last entry (the complete entries read so far are kept), or
+// go on after it, or Count is below -1.
 // The signature is not checked. Strings are read as UTF-8 when they are
 // valid UTF-8, otherwise as CP932.
 bool DecodeListFile(std::string_view bytes, std::vector<ChartListInfo>& out);

@@ -3,7 +3,6 @@
 
 #include <cctype>
 
-#include "chart/bms_reader.h"
 #include "shell/atomic_file.h"
 
 namespace vremo {
@@ -35,6 +34,18 @@ bool HeaderName(std::string_view line, std::string_view& name) {
 
 }  // namespace
 
+bool IsProfileText(std::string_view bytes) {
+  if (bytes.find('\0') != std::string_view::npos) return false;
+  const ProfileText text(bytes);
+  for (const std::string& line : text.lines_) {
+    const std::string_view trimmed = Trim(line);
+    std::string_view name;
+    if (trimmed.empty() || trimmed.front() == ';' || trimmed.front() == '#' || HeaderName(trimmed, name)) continue;
+    if (trimmed.find('=') == std::string_view::npos) return false;
+  }
+  return true;
+}
+
 std::string CutToChars(std::string_view text, size_t chars) {
   size_t count = 0;
   for (size_t i = 0; i < text.size(); ++i) {
@@ -57,8 +68,6 @@ ProfileText::ProfileText(std::string_view text) {
     start = end + 1;
   }
 }
-
-ProfileText ProfileText::Load(const std::string& path) { return ProfileText(ReadFileBytes(path)); }
 
 int ProfileText::FindSection(std::string_view section) const {
   for (size_t i = 0; i < lines_.size(); ++i) {

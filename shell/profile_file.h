@@ -20,9 +20,6 @@ class ProfileText {
   ProfileText() = default;
   explicit ProfileText(std::string_view text);
 
-  // Reads the file; an unreadable file gives an empty text.
-  static ProfileText Load(const std::string& path);
-
   // The value, cut to 127 characters, or `defaultText` when the section or
   // the key is missing.
   std::string Get(std::string_view section, std::string_view key, std::string_view defaultText) const;
@@ -44,7 +41,13 @@ class ProfileText {
   int SectionEnd(int header) const;
 
   std::vector<std::string> lines_;
+
+  friend bool IsProfileText(std::string_view bytes);
 };
+
+// Whether the bytes read as profile text: no NUL byte, and every line blank,
+// a comment (";" or "#"), a "[Section]" header or a "Key=Value" line.
+bool IsProfileText(std::string_view bytes);
 
 // Cuts UTF-8 text to at most `chars` characters.
 std::string CutToChars(std::string_view text, size_t chars);

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "chart/bms_reader.h"
+#include "chart/file_bytes.h"
 #include "chart/numbers.h"
 #include "shell/atomic_file.h"
 #include "shell/binary_io.h"
@@ -53,9 +53,19 @@ std::string RecordFileName(const std::string& answer) {
   return answer + std::string(kRecordExtension);
 }
 
-std::optional<std::string> SaveRecord(const std::string& answer, const PlayRecord& record, const RecordChart& chart) {
+std::optional<std::string> SaveRecord(const std::string& answer, const PlayRecord& record, const RecordChart& chart,
+                                      DebugLog* log) {
   const int32_t length = record.length();
   if (length <= 0 || answer.empty()) return std::nullopt;
+  // A length read from a broken file can claim billions of presses; a file
+  // that could not be read back is not written.
+  const size_t maxLength = (kMaxFileBytes - kHeaderBytes) / kEntryBytes - 1;
+  if (static_cast<size_t>(length) > maxLength) {
+    if (log != nullptr)
+      log->PutLog("Err[too long] :record of " + std::to_string(length) + " presses (over " + std::to_string(maxLength) +
+                  ", not saved)");
+    return std::nullopt;
+  }
   std::string bytes;
   bytes.reserve(kHeaderBytes + kEntryBytes * (static_cast<size_t>(length) + 1));
   PutInt32(bytes, chart.bmsId);
@@ -75,7 +85,12 @@ std::optional<RecordMessage> LoadRecord(const std::string& path, const RecordCha
                                         DebugLog& log) {
   if (path.empty()) return std::nullopt;
   if (!log.CheckExist(path)) return std::nullopt;
-  const std::string bytes = ReadFileBytes(path);
+  const FileRead file = ReadWholeFile(path);
+  if (!file.ok()) {
+    log.PutLog(FileReadErrorLine(file, path));
+    return std::nullopt;
+  }
+  const std::string& bytes = file.bytes;
   if (Int32At(bytes, 0) != chart.bmsId)
     return RecordMessage{std::string(kWrongChartText), std::string(kWrongChartTitle)};
 

@@ -42,8 +42,11 @@ std::string RecordFileName(const std::string& answer);
 
 // Writes the record (entries 0 to N, entry N unused) to
 // RecordFileName(answer), replacing any file of that name. Nothing happens
-// when the record is empty or the answer is empty. Returns the path written.
-std::optional<std::string> SaveRecord(const std::string& answer, const PlayRecord& record, const RecordChart& chart);
+// when the record is empty or the answer is empty; a record whose file would
+// be larger than a file the player reads is refused with a log line. Returns
+// the path written.
+std::optional<std::string> SaveRecord(const std::string& answer, const PlayRecord& record, const RecordChart& chart,
+                                      DebugLog* log = nullptr);
 
 // Reads the file into `record` when its BMS-ID is the chart's, logging the
 // J-Pts lines; otherwise returns the wrong-chart message and leaves the

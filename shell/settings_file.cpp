@@ -3,6 +3,8 @@
 
 #include <array>
 
+#include "chart/file_bytes.h"
+#include "shell/atomic_file.h"
 #include "shell/profile_file.h"
 
 namespace vremo {
@@ -48,18 +50,37 @@ bool ReadSettings(const std::string& path, Settings& settings, DebugLog& log) {
     settings = Settings{};
     return false;
   }
-  const ProfileText file = ProfileText::Load(path);
+  // A file that cannot be read, or is no settings text, counts as missing;
+  // WriteSettings keeps it aside before it writes a new one.
+  const FileRead file = ReadWholeFile(path);
+  if (!file.ok() || !IsProfileText(file.bytes)) {
+    log.PutLog(file.ok() ? "Err[not a settings file] :" + FileNameOf(path) : FileReadErrorLine(file, path));
+    settings = Settings{};
+    return false;
+  }
+  const ProfileText text(file.bytes);
   for (const SettingsKey& key : SettingsKeys()) {
-    const std::string value = file.Get(key.section, key.key, ReadDefaultOf(key));
-    // An empty text converts to nothing and so keeps the field, except for
-    // the one text key.
-    SetOption(settings, std::string(key.section) + "." + std::string(key.key), value);
+    ReadOption(settings, key, text.Get(key.section, key.key, ReadDefaultOf(key)));
   }
   return true;
 }
 
-bool WriteSettings(const std::string& path, const Settings& settings) {
-  ProfileText file = ProfileText::Load(path);
+bool WriteSettings(const std::string& path, const Settings& settings, DebugLog* log) {
+  const FileRead old = ReadWholeFile(path);
+  ProfileText file;
+  if (old.ok() && IsProfileText(old.bytes)) {
+    file = ProfileText(old.bytes);
+  } else if (old.status != FileReadStatus::kMissing) {
+    // The user's file could not be read: its bytes go to a backup first, or
+    // it stays as it is and nothing is written.
+    const bool copied = BackUpFile(path);
+    const std::string name = FileNameOf(path);
+    if (log != nullptr) {
+      log->PutLog(copied ? name + " could not be read: kept as " + FileNameOf(path) + std::string(kBackupSuffix)
+                         : name + " could not be read: left as it is, settings not saved");
+    }
+    if (!copied) return false;
+  }
   for (std::string_view name : kWriteOrder) {
     const SettingsKey* key = FindSettingsKey(name);
     if (key == nullptr) continue;

@@ -27,16 +27,21 @@ inline constexpr int16_t kNoWndMode = -1;
 // the program's variables start. An existing file is read over these.
 Settings UnsetSettings();
 
-// When the file exists, reads every key in the file's order into `settings`;
-// a missing key or a value that does not convert leaves its field as it was
-// (Rect, DontStretch, DontWait, WndMode and WndAutoHide have read defaults).
-// When it does not ("Err[not exist] :vremo.ini" logged), `settings` becomes
-// the fresh-install defaults. Returns whether the file existed.
+// When the file exists, reads every key in the file's order into `settings`
+// (ReadOption): a missing boolean or one that does not convert is left as
+// it was, a number out of its control's range is brought into it, and a
+// missing or unusable number takes its fresh-install value (Rect,
+// DontStretch, DontWait, WndMode and WndAutoHide have read defaults). When
+// it does not ("Err[not exist] :vremo.ini" logged), or cannot be read, or
+// is no settings text (its own line logged), `settings` becomes the
+// fresh-install defaults. Returns whether the file was read.
 bool ReadSettings(const std::string& path, Settings& settings, DebugLog& log);
 
 // Writes every key, one at a time into the existing text so that unrelated
-// keys and sections stay, then replaces the file atomically. False (the old
-// file kept) when it cannot be written.
-bool WriteSettings(const std::string& path, const Settings& settings);
+// keys and sections stay, then replaces the file atomically. An existing
+// file that cannot be read or is no settings text is first copied to
+// vremo.ini.bak (and that logged); when even that fails it is left alone.
+// False (the old file kept) when nothing could be written.
+bool WriteSettings(const std::string& path, const Settings& settings, DebugLog* log = nullptr);
 
 }  // namespace vremo

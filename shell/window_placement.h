@@ -12,10 +12,6 @@ class QWidget;
 
 namespace vremo {
 
-inline constexpr int16_t kWindowNormal = 0;
-inline constexpr int16_t kWindowMinimised = 1;
-inline constexpr int16_t kWindowMaximised = 2;
-
 // `normal` is the window's place when neither minimised nor maximised (the
 // main window passes the place it had before going full screen).
 WindowPlacement PlacementOf(const QWidget& window, const QRect& normal);

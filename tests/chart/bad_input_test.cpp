@@ -2,6 +2,9 @@
 // and log line, never a crash.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <random>
 
 #include "tests/chart/chart_fixture.h"
@@ -51,6 +54,28 @@ TEST_F(BadChartInput, FiftyMegabytesOfGarbage) {
   });
   EXPECT_EQ(reported, chart->objectCount == kMaxObjects);
   EXPECT_TRUE(Logged("BMSLoad complete.") || Logged("  Err: object not exists."));
+}
+
+TEST_F(BadChartInput, FilesThatCannotBeReadWholeEndWithTheirLine) {
+  // A FIFO nobody writes to, an endless device, a read error part way and a
+  // 2 GB sparse file: each is refused at once, with its line.
+  const std::string fifo = folder.Path("fifo.bms");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  const std::string huge = folder.Write("huge.bms", "");
+  ASSERT_EQ(::truncate(huge.c_str(), off_t{2} << 30), 0);
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {fifo, "Err[not a file] :fifo.bms"},
+      {"/dev/zero", "Err[not a file] :zero"},
+      {"/proc/self/mem", "Err[read failed] :mem"},
+      {huge, "Err[too large] :huge.bms (over 64 MiB, not read)"},
+  };
+  for (const auto& [path, line] : cases) {
+    EXPECT_EQ(LoadPath(path), kLoadNoObject) << path;
+    EXPECT_TRUE(Logged(line)) << path;
+    EXPECT_EQ(sink.lines.back(), "  Err: object not exists.") << path;
+  }
+  // A /proc file says size 0 and is read to its end all the same.
+  EXPECT_NE(ReadFileBytes("/proc/self/status").find("Name:"), std::string::npos);
 }
 
 }  // namespace

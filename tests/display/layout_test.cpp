@@ -2,6 +2,7 @@
 // DispResize.
 #include "display/layout.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "display/display_size.h"
@@ -152,6 +153,18 @@ TEST_F(LayoutTest, KeptValuesMissingFilesAndFilesWithoutLines) {
   EXPECT_EQ(sink.lines, (std::vector<std::string>{"LoadRect -----", "Err[not exist] :nothing.vrd"}));
   EXPECT_EQ(layout.lanes[11].x, 20);
   EXPECT_FALSE(layout.loading);
+
+  // A FIFO or an endless device is refused at once, like a missing file.
+  const std::string fifo = folder.Path("fifo.vrd");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  for (const std::string& path : {fifo, std::string("/dev/zero")}) {
+    sink.lines.clear();
+    LoadRect(path, layout, context);
+    const std::string name = path.substr(path.rfind('/') + 1);
+    EXPECT_EQ(sink.lines, (std::vector<std::string>{"LoadRect -----", "Err[not a file] :" + name}));
+    EXPECT_EQ(layout.lanes[11].x, 20);
+    EXPECT_FALSE(layout.loading);
+  }
 }
 
 TEST_F(LayoutTest, GarbageNumbersAndHugeLinesAreSkipped) {

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <Qt>
+#include <filesystem>
 
 #include "chart/bms_reader.h"
 #include "shell/virtual_keys.h"
@@ -62,6 +65,27 @@ TEST_F(KeyMapFile, ShortAndStrangeFilesLoadWhatTheyHold) {
   EXPECT_EQ(saved.size(), 520u);
   EXPECT_EQ(saved.substr(512), "xxxxxxxx");
   EXPECT_EQ(saved.substr(0, 512), EncodeKeyMap(DefaultKeyMap()));
+}
+
+TEST_F(KeyMapFile, AFolderGivesDefaultsAndIsLeftAlone) {
+  std::filesystem::create_directory(path);
+  EXPECT_EQ(LoadKeyMap(path, log), DefaultKeyMap());
+  EXPECT_EQ(sink.lines, (std::vector<std::string>{"Loading vrkeycnf.dat...", "Err[not a file] :vrkeycnf.dat",
+                                                  "error! sets default."}));
+  EXPECT_FALSE(SaveKeyMap(path, DefaultKeyMap(), log));
+  EXPECT_TRUE(std::filesystem::is_directory(path));
+
+  // A linked file of mode 0640 stays linked and keeps its mode.
+  const std::string target = folder.Write("keys/map.dat", std::string(512, '\0'));
+  ASSERT_EQ(::chmod(target.c_str(), 0640), 0);
+  const std::string link = folder.Path("linked.dat");
+  std::filesystem::create_symlink(target, link);
+  ASSERT_TRUE(SaveKeyMap(link, DefaultKeyMap(), log));
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_EQ(ReadFileBytes(target), EncodeKeyMap(DefaultKeyMap()));
+  EXPECT_EQ(std::filesystem::status(target).permissions(), std::filesystem::perms::owner_read |
+                                                               std::filesystem::perms::owner_write |
+                                                               std::filesystem::perms::group_read);
 }
 
 TEST(VirtualKeys, QtKeysBecomeWindowsCodes) {

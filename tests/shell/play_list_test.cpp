@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+
 #include "shell/binary_io.h"
 #include "shell/play_list_file.h"
 #include "tests/chart/chart_fixture.h"
@@ -204,6 +209,51 @@ TEST_F(PlayListTest, DefaultListAtStartAndExit) {
   next.LoadDefault(home);
   EXPECT_EQ(next.Count(), 2);
   EXPECT_EQ(sink.lines, (std::vector<std::string>{"loading default.vrl...", "load complete."}));
+}
+
+TEST_F(PlayListTest, DefaultListWithAWrongCountIsKeptAsBackup) {
+  const std::string home = folder.path().string();
+  AddThree();
+  list.SaveDefault(home);
+  const std::string path = folder.Path("default.vrl");
+  const std::string whole = ReadFileBytes(path);
+  // Count says one entry, or fewer than none, where three follow.
+  for (const int32_t count : {0, -5}) {
+    std::string wrong = whole;
+    wrong.replace(20, 4, std::string(reinterpret_cast<const char*>(&count), 4));
+    folder.Write("default.vrl", wrong);
+    PlayList next(host, log);
+    host.messages.clear();
+    next.LoadDefault(home);
+    EXPECT_EQ(host.messages, (std::vector<std::string>{"error: an error occured in list loading process!"}));
+    next.SaveDefault(home);
+    EXPECT_EQ(ReadFileBytes(path + ".bak"), wrong) << count;
+  }
+
+  // A FIFO is neither waited on nor replaced.
+  std::filesystem::remove(path);
+  ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  PlayList fifo(host, log);
+  host.messages.clear();
+  fifo.LoadDefault(home);
+  fifo.SaveDefault(home);
+  EXPECT_EQ(host.messages, (std::vector<std::string>{"error: an error occured in list loading process!",
+                                                     "error: an error occured in list saving process!"}));
+  EXPECT_EQ(std::filesystem::status(path).type(), std::filesystem::file_type::fifo);
+  EXPECT_TRUE(std::find(sink.lines.begin(), sink.lines.end(), "Err[not a file] :default.vrl") != sink.lines.end());
+
+  // Nor is a 2 GB file read, copied or replaced.
+  std::filesystem::remove(path);
+  folder.Write("default.vrl", whole);
+  std::filesystem::resize_file(path, uintmax_t{2} << 30);
+  PlayList huge(host, log);
+  host.messages.clear();
+  huge.LoadDefault(home);
+  huge.SaveDefault(home);
+  EXPECT_EQ(host.messages.size(), 2u);
+  EXPECT_EQ(std::filesystem::file_size(path), uintmax_t{2} << 30);
+  EXPECT_EQ(ReadFileBytes(path + ".bak"), whole.substr(0, 20) + std::string("\xFB\xFF\xFF\xFF", 4) + whole.substr(24));
+  EXPECT_EQ(sink.lines.at(sink.lines.size() - 4), "Err[too large] :default.vrl (over 64 MiB, not read)");
 }
 
 }  // namespace

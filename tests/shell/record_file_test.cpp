@@ -104,6 +104,14 @@ TEST_F(RecordFile, ShortAndCorruptFilesReadAsZeros) {
   EXPECT_EQ(big.length(), INT32_MAX);
   EXPECT_LE(big.entries().size(), static_cast<size_t>(kRecordCapacity));
 
+  // Saving it back would claim 48 GB: refused with its line, nothing written.
+  sink.lines.clear();
+  const std::string again = (folder.path() / "again.vpd").string();
+  EXPECT_FALSE(SaveRecord(again, big, kChart, &log).has_value());
+  EXPECT_EQ(sink.lines,
+            std::vector<std::string>{"Err[too long] :record of 2147483647 presses (over 2796201, not saved)"});
+  EXPECT_FALSE(std::filesystem::exists(again));
+
   // Two bytes: the BMS-ID reads as 0x0201, not ours.
   PlayRecord untouched = Presses(2);
   EXPECT_TRUE(LoadRecord(folder.Write("cut.vpd", "\x01\x02"), kChart, untouched, log).has_value());

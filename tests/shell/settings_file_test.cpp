@@ -3,14 +3,20 @@
 #include <gtest/gtest.h>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <QCheckBox>
+#include <QComboBox>
 
 #include <csignal>
 #include <filesystem>
 #include <iterator>
 
 #include "chart/bms_reader.h"
+#include "shell/main_window.h"
 #include "shell/profile_file.h"
 #include "tests/chart/chart_fixture.h"
+#include "tests/shell/window_test_support.h"
 
 namespace vremo {
 namespace {
@@ -77,7 +83,7 @@ TEST_F(SettingsFile, ExistingFileKeepsMissingKeysAndBadValues) {
   EXPECT_EQ(Read(settings), "read");
   EXPECT_TRUE(sink.lines.empty());
   EXPECT_EQ(settings.sleepMs, 10);
-  EXPECT_FLOAT_EQ(settings.hiSpeed, 0.0f);
+  EXPECT_FLOAT_EQ(settings.hiSpeed, 1.0f);
   EXPECT_FALSE(settings.playSound || settings.showGauge || settings.showObj || settings.playKeySound);
   EXPECT_EQ(settings.rect, "default.vrd");
   EXPECT_EQ(settings.wndMode, 0);
@@ -135,6 +141,84 @@ TEST_F(SettingsFile, FailedWriteLeavesTheOldFile) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
   // A missing folder as well.
   EXPECT_FALSE(WriteSettings((folder.path() / "none" / "vremo.ini").string(), settings));
+}
+
+TEST_F(SettingsFile, NumbersComeBackWithinTheirControlsRange) {
+  // RealHiSpeed missing would freeze a play at 0; Sleep would never return.
+  folder.Write("vremo.ini",
+               "[MainForm]\r\nWidth=1e30\r\nWindowState=7\r\n[Setting]\r\nSleep=2147483647\r\nHiSpeed=100\r\n");
+  Settings settings = UnsetSettings();
+  EXPECT_EQ(Read(settings), "read");
+  EXPECT_EQ(settings.sleepMs, kMaxSleepMs);
+  EXPECT_FLOAT_EQ(settings.hiSpeed, kMaxHiSpeed);
+  EXPECT_FLOAT_EQ(settings.realHiSpeed, 1.0f);
+  EXPECT_FLOAT_EQ(settings.mainForm.width, kMaxWindowCoordinate);
+  EXPECT_EQ(settings.mainForm.windowState, kWindowMaximised);
+
+  folder.Write("vremo.ini", "[Setting]\r\nSleep=-3\r\nHiSpeed=0.1\r\nRealHiSpeed=0\r\nWndMode=9\r\nWndAutoHide=-1\r\n");
+  Read(settings);
+  EXPECT_EQ(settings.sleepMs, kMinSleepMs);
+  EXPECT_FLOAT_EQ(settings.hiSpeed, kMinHiSpeed);
+  EXPECT_FLOAT_EQ(settings.realHiSpeed, kMinRealHiSpeed);
+  EXPECT_EQ(settings.wndMode, 1);
+  EXPECT_EQ(settings.wndAutoHide, 0);
+
+  folder.Write("vremo.ini", "[Setting]\r\nSleep=\r\nRealHiSpeed=fast\r\n");
+  Read(settings);
+  EXPECT_EQ(settings.sleepMs, kDefaultSleepMs);
+  EXPECT_FLOAT_EQ(settings.realHiSpeed, 1.0f);
+}
+
+TEST_F(SettingsFile, AutoHideIsTickedAndComesBackAtExit) {
+  testing::App();
+  folder.Write("vremo.ini", "[Setting]\r\nWndAutoHide=1\r\nSleep=2147483647\r\n");
+  auto window = std::make_unique<MainWindow>(folder.path().string());
+  window->StartUp();
+  EXPECT_TRUE(testing::FindControl<QCheckBox>(*window, "chkAutoHide")->isChecked());
+  EXPECT_EQ(testing::FindControl<QComboBox>(*window, "cmbSleep")->currentText(), "20");
+  EXPECT_EQ(window->settings().sleepMs, 20);
+  window->close();
+  EXPECT_NE(ReadFileBytes(path).find("\r\nWndAutoHide=1\r\n"), std::string::npos);
+}
+
+TEST_F(SettingsFile, UnreadableFileIsKeptAsBackupOrLeftAlone) {
+  // No settings text: read as a fresh install, kept as vremo.ini.bak at exit.
+  const std::string garbage("\x89PNG\r\n\0\0[Setting]\r\nSleep=3\r\n\xFF\xFE", 26);
+  folder.Write("vremo.ini", garbage);
+  Settings settings = UnsetSettings();
+  EXPECT_EQ(Read(settings), "missing");
+  EXPECT_EQ(sink.lines, std::vector<std::string>{"Err[not a settings file] :vremo.ini"});
+  EXPECT_EQ(settings.sleepMs, kDefaultSleepMs);
+  EXPECT_TRUE(settings.playSound);
+  ASSERT_TRUE(WriteSettings(path, settings, &log));
+  EXPECT_EQ(sink.lines.back(), "vremo.ini could not be read: kept as vremo.ini.bak");
+  EXPECT_EQ(ReadFileBytes(path + ".bak"), garbage);
+  EXPECT_EQ(Read(settings), "read");
+
+  // A FIFO neither blocks nor is replaced.
+  std::filesystem::remove(path);
+  ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  sink.lines.clear();
+  EXPECT_EQ(Read(settings), "missing");
+  EXPECT_EQ(sink.lines, std::vector<std::string>{"Err[not a file] :vremo.ini"});
+  EXPECT_FALSE(WriteSettings(path, settings, &log));
+  EXPECT_EQ(sink.lines.back(), "vremo.ini could not be read: left as it is, settings not saved");
+  EXPECT_EQ(std::filesystem::status(path).type(), std::filesystem::file_type::fifo);
+}
+
+TEST_F(SettingsFile, SavingKeepsTheModeAndWritesThroughALink) {
+  const std::string target = folder.Write("real/vremo.ini", "[Setting]\r\nSleep=7\r\n");
+  ASSERT_EQ(::chmod(target.c_str(), 0600), 0);
+  std::filesystem::create_symlink("real/vremo.ini", path);
+  Settings settings;
+  settings.sleepMs = 3;
+  ASSERT_TRUE(WriteSettings(path, settings));
+  EXPECT_TRUE(std::filesystem::is_symlink(path));
+  EXPECT_NE(ReadFileBytes(target).find("[Setting]\r\nSleep=3\r\n"), std::string::npos);
+  struct stat info {};
+  ASSERT_EQ(::stat(target.c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0600u);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path() / "real"), {}), 1);
 }
 
 }  // namespace
