@@ -160,13 +160,10 @@ void ReadOption(Settings& settings, const SettingsKey& key, std::string_view tex
     SetOption(settings, std::string(key.section) + "." + std::string(key.key), text);
     return;
   }
+  // A missing or unconvertible number keeps the value the field has, as
+  // every reader of this file always did.
   const std::optional<double> number = NumberOf(text);
-  if (!number || !std::isfinite(*number)) {
-    Settings fresh;
-    const OptionField freshField = key.field(fresh);
-    std::visit([&freshField](auto* target) { *target = *std::get<decltype(target)>(freshField); }, field);
-    return;
-  }
+  if (!number || std::isnan(*number)) return;
   const double value = std::clamp(*number, key.minimum, key.maximum);
   if (auto* i16 = std::get_if<int16_t*>(&field)) {
     Assign(*i16, RoundToInt16(value));

@@ -108,9 +108,9 @@ bool SetOption(Settings& settings, std::string_view name, std::string_view value
 bool SetOptionText(Settings& settings, std::string_view nameEqualsValue);
 
 // Reads one key's text as the settings file does: like SetOption, except
-// that a number outside its key's range is brought to the nearer end, and a
-// number that is missing (empty text) or does not convert takes its
-// fresh-install value, since 0 would freeze or stall a play.
+// that a number outside its key's range is brought to the nearer end (a
+// Sleep of days would leave every command unanswered). A number that is
+// missing or does not convert leaves the field as it was.
 void ReadOption(Settings& settings, const SettingsKey& key, std::string_view text);
 
 // The value as the settings file writes it: "True"/"False", shortest decimal.

@@ -83,7 +83,7 @@ TEST_F(SettingsFile, ExistingFileKeepsMissingKeysAndBadValues) {
   EXPECT_EQ(Read(settings), "read");
   EXPECT_TRUE(sink.lines.empty());
   EXPECT_EQ(settings.sleepMs, 10);
-  EXPECT_FLOAT_EQ(settings.hiSpeed, 1.0f);
+  EXPECT_FLOAT_EQ(settings.hiSpeed, 0.0f);
   EXPECT_FALSE(settings.playSound || settings.showGauge || settings.showObj || settings.playKeySound);
   EXPECT_EQ(settings.rect, "default.vrd");
   EXPECT_EQ(settings.wndMode, 0);
@@ -144,14 +144,14 @@ TEST_F(SettingsFile, FailedWriteLeavesTheOldFile) {
 }
 
 TEST_F(SettingsFile, NumbersComeBackWithinTheirControlsRange) {
-  // RealHiSpeed missing would freeze a play at 0; Sleep would never return.
+  // A Sleep of 24 days would never return to answer a command.
   folder.Write("vremo.ini",
                "[MainForm]\r\nWidth=1e30\r\nWindowState=7\r\n[Setting]\r\nSleep=2147483647\r\nHiSpeed=100\r\n");
   Settings settings = UnsetSettings();
   EXPECT_EQ(Read(settings), "read");
   EXPECT_EQ(settings.sleepMs, kMaxSleepMs);
   EXPECT_FLOAT_EQ(settings.hiSpeed, kMaxHiSpeed);
-  EXPECT_FLOAT_EQ(settings.realHiSpeed, 1.0f);
+  EXPECT_FLOAT_EQ(settings.realHiSpeed, 0.0f);
   EXPECT_FLOAT_EQ(settings.mainForm.width, kMaxWindowCoordinate);
   EXPECT_EQ(settings.mainForm.windowState, kWindowMaximised);
 
@@ -163,10 +163,12 @@ TEST_F(SettingsFile, NumbersComeBackWithinTheirControlsRange) {
   EXPECT_EQ(settings.wndMode, 1);
   EXPECT_EQ(settings.wndAutoHide, 0);
 
-  folder.Write("vremo.ini", "[Setting]\r\nSleep=\r\nRealHiSpeed=fast\r\n");
+  // Missing and unconvertible numbers keep what the field held.
+  folder.Write("vremo.ini", "[Setting]\r\nSleep=\r\nRealHiSpeed=fast\r\nHiSpeed=1e999\r\n");
   Read(settings);
-  EXPECT_EQ(settings.sleepMs, kDefaultSleepMs);
-  EXPECT_FLOAT_EQ(settings.realHiSpeed, 1.0f);
+  EXPECT_EQ(settings.sleepMs, kMinSleepMs);
+  EXPECT_FLOAT_EQ(settings.realHiSpeed, kMinRealHiSpeed);
+  EXPECT_FLOAT_EQ(settings.hiSpeed, kMinHiSpeed);
 }
 
 TEST_F(SettingsFile, AutoHideIsTickedAndComesBackAtExit) {
