@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs every Debian 12 package Vremo needs to build, test and run headless.
+# Installs every Debian 12 package Vremo needs to build, test and run headless,
+# and to make and check its Debian package (scripts/package-test.sh).
 # Idempotent: does nothing (and says nothing) when all packages are present.
 set -euo pipefail
 
@@ -9,6 +10,7 @@ packages=(
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   fonts-ipafont-gothic
   xvfb xauth imagemagick
+  desktop-file-utils xdg-utils libfile-mimeinfo-perl shared-mime-info librsvg2-bin man-db dpkg-dev file
 )
 
 missing=()

@@ -22,8 +22,8 @@
 #include "shell/draw_area.h"
 #include "shell/key_config_dialog.h"
 #include "shell/main_window.h"
+#include "shell/program_folder.h"
 #include "shell/settings_file.h"
-#include "shell/snapshot_mode.h"
 #include "shell/title_strip.h"
 #include "shell/window_placement.h"
 

@@ -2,9 +2,9 @@
 #include "shell/snapshot_mode.h"
 
 #include <charconv>
-#include <filesystem>
 
 #include "display/snapshot.h"
+#include "shell/program_folder.h"
 #include "shell/tool_modes.h"
 
 namespace vremo {
@@ -25,15 +25,6 @@ bool ParseSize(std::string_view text, int32_t& width, int32_t& height) {
 }
 
 }  // namespace
-
-std::string BundledAssetsFolder() {
-  std::error_code ec;
-  const auto exe = std::filesystem::read_symlink("/proc/self/exe", ec);
-  if (!ec && std::filesystem::is_directory(exe.parent_path() / "assets", ec)) {
-    return (exe.parent_path() / "assets").string();
-  }
-  return VREMO_SOURCE_ASSETS_DIR;
-}
 
 int RunSnapshotMode(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
   SnapshotRequest request;

@@ -10,10 +10,6 @@
 
 namespace vremo {
 
-// The bundled assets: "assets" beside the executable when present, else the
-// source tree's folder the build was made from.
-std::string BundledAssetsFolder();
-
 // Returns the exit status: 0 written, 1 no object or not written, 2 the
 // chart file does not exist, 64 wrong usage.
 int RunSnapshotMode(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
