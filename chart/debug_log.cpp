@@ -6,6 +6,8 @@
 
 #include <filesystem>
 
+#include "chart/file_bytes.h"
+
 namespace vremo {
 
 void DebugLog::PutLog(std::string_view text) {
@@ -24,9 +26,7 @@ bool DebugLog::CheckExist(const std::string& path) {
       return true;
     }
   }
-  const size_t slash = path.find_last_of("\\/");
-  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-  PutLog("Err[not exist] :" + name);
+  PutLog("Err[not exist] :" + FileNameOf(path));
   return false;
 }
 
