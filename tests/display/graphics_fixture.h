@@ -8,12 +8,7 @@
 #include <QImage>
 #include <QPainter>
 
-#include <unistd.h>
-
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,6 +23,28 @@
 namespace vremo::testing {
 
 inline QColor ToQColor(Colour colour) { return QColor::fromRgb(colour); }
+
+inline QImage Filled(int width, int height, QColor colour) {
+  QImage image(width, height, QImage::Format_RGB32);
+  image.fill(colour);
+  return image;
+}
+
+inline std::vector<Colour> Pixels(const Surface& surface, std::initializer_list<std::pair<int32_t, int32_t>> points) {
+  std::vector<Colour> colours;
+  for (const auto& [x, y] : points) colours.push_back(surface.Pixel(x, y));
+  return colours;
+}
+inline std::vector<Colour> Each(size_t count, Colour colour) { return std::vector<Colour>(count, colour); }
+
+// Pixels of `colour` in the top left width x height of `surface`.
+inline int CountPixels(const Surface& surface, Colour colour, int32_t width, int32_t height) {
+  int pixels = 0;
+  for (int32_t y = 0; y < height; ++y) {
+    for (int32_t x = 0; x < width; ++x) pixels += surface.Pixel(x, y) == colour ? 1 : 0;
+  }
+  return pixels;
+}
 
 // Plain colours of the test skin; none is black, so all of them show.
 inline constexpr Colour kNoteRed = Rgb(200, 0, 0);
@@ -49,8 +66,7 @@ inline Colour DigitColour(int digit) { return Rgb(100 + static_cast<uint32_t>(di
 // Digits 6 x 8. Gauge strips and three font cells where the layout rules
 // expect them.
 inline QImage TestSkin() {
-  QImage skin(128, 160, QImage::Format_RGB32);
-  skin.fill(Qt::black);
+  QImage skin = Filled(128, 160, Qt::black);
   QPainter painter(&skin);
   painter.fillRect(QRect(0, 0, 10, 4), ToQColor(kNoteRed));
   painter.fillRect(QRect(0, 10, 120, 1), ToQColor(kBarGreen));
@@ -129,6 +145,9 @@ class RenderFixture : public ::testing::Test {
     renderer.DrawFrame(0);
   }
   Colour At(int32_t x, int32_t y) const { return media.back()->Pixel(x, y); }
+  std::vector<Colour> At(std::initializer_list<std::pair<int32_t, int32_t>> points) const {
+    return Pixels(*media.back(), points);
+  }
   // The rows of column x that have `colour`, top to bottom.
   std::vector<int32_t> RowsOf(int32_t x, Colour colour) const {
     std::vector<int32_t> rows;

@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+
 #include "display/display_size.h"
 #include "tests/display/graphics_fixture.h"
 
@@ -23,6 +25,10 @@ class LayoutTest : public ::testing::Test {
     LoadRect(folder.Write(name, text), layout, context);
   }
   Colour Guide(int32_t x, int32_t y) const { return media.guide()->Pixel(x, y); }
+  std::array<int32_t, 3> Lane(int index) const {
+    const LaneEntry& lane = layout.lanes[static_cast<size_t>(index)];
+    return {lane.image, lane.x, lane.style};
+  }
 
   TempFolder folder;
   MemoryLogSink sink;
@@ -48,9 +54,7 @@ TEST_F(LayoutTest, ReadsEveryKeyWhateverItsCase) {
   EXPECT_TRUE(layout.bgaShown);
   EXPECT_EQ(layout.bga.x, 1);
   EXPECT_EQ(layout.bga.height, 4);
-  EXPECT_EQ(layout.lanes[11].image, 5);
-  EXPECT_EQ(layout.lanes[11].x, 40);
-  EXPECT_EQ(layout.lanes[11].style, 1);
+  EXPECT_EQ(Lane(11), (std::array{5, 40, 1}));
   EXPECT_EQ(layout.images[5].source, (Rect{10, 20, 40, 28}));
   EXPECT_EQ(layout.images[5].offsetY, -8);
   EXPECT_EQ(layout.images[5].width, 30);
@@ -95,21 +99,14 @@ TEST_F(LayoutTest, GuideStylesAndTheRedFootOfLaneEleven) {
   EXPECT_EQ(media.guide()->width(), 200);
   EXPECT_EQ(media.guide()->height(), 100);
   // Style 1: the column left of the lane; style 2: the lane's last column.
-  EXPECT_EQ(Guide(19, 0), kGuideLineColour);
-  EXPECT_EQ(Guide(19, 99), kGuideLineColour);
-  EXPECT_EQ(Guide(20, 50), kBlack);
-  EXPECT_EQ(Guide(59, 50), kGuideLineColour);
-  // Style 3 on side 2: outline, hatch, and a red foot as high as lane 11's
-  // note (4), not its own (10).
-  EXPECT_EQ(Guide(100, 50), kGuideLineColour);
-  EXPECT_EQ(Guide(129, 50), kGuideLineColour);
-  EXPECT_EQ(Guide(104, 0), kGuideLineColour);
-  EXPECT_EQ(Guide(104, 8), kGuideHatchColour);  // x + y is a multiple of 8
-  EXPECT_EQ(Guide(105, 8), kBlack);
-  EXPECT_EQ(Guide(105, 95), kGuideHatchColour);
-  EXPECT_EQ(Guide(105, 96), kGuideFootColour);
-  EXPECT_EQ(Guide(110, 99), kGuideFootColour);
-  EXPECT_EQ(Guide(128, 97), kGuideFootColour);
+  EXPECT_EQ(Pixels(*media.guide(), {{19, 0}, {19, 99}, {20, 50}, {59, 50}}),
+            (std::vector<Colour>{kGuideLineColour, kGuideLineColour, kBlack, kGuideLineColour}));
+  // Style 3 on side 2: outline, hatch where x + y is a multiple of 8, and a
+  // red foot as high as lane 11's note (4), not its own (10).
+  EXPECT_EQ(Pixels(*media.guide(), {{100, 50}, {129, 50}, {104, 0}}), Each(3, kGuideLineColour));
+  EXPECT_EQ(Pixels(*media.guide(), {{104, 8}, {105, 8}, {105, 95}}),
+            (std::vector<Colour>{kGuideHatchColour, kBlack, kGuideHatchColour}));
+  EXPECT_EQ(Pixels(*media.guide(), {{105, 96}, {110, 99}, {128, 97}}), Each(3, kGuideFootColour));
   EXPECT_NE(Guide(129, 97), kGuideFootColour);
 
   // A side that is off gets no lines.
@@ -119,10 +116,8 @@ TEST_F(LayoutTest, GuideStylesAndTheRedFootOfLaneEleven) {
 }
 
 TEST_F(LayoutTest, SkinFileIsFoundBesideTheLayout) {
-  QImage skin(32, 16, QImage::Format_RGB32);
-  skin.fill(QColor(1, 2, 3));
   std::filesystem::create_directories(folder.Path("skins"));
-  ASSERT_TRUE(skin.save(QString::fromStdString(folder.Path("skins/Skin.PNG"))));
+  ASSERT_TRUE(Filled(32, 16, QColor(1, 2, 3)).save(QString::fromStdString(folder.Path("skins/Skin.PNG"))));
   const std::string elsewhere = folder.Path("elsewhere");
   std::filesystem::create_directories(elsewhere);
   const std::filesystem::path before = std::filesystem::current_path();
@@ -184,19 +179,14 @@ TEST_F(LayoutTest, GarbageNumbersAndHugeLinesAreSkipped) {
        "#\r\n"
        "#KEY12 02,60,2");
   // Whatever does not convert leaves its field alone; a missing field is 0.
-  EXPECT_EQ(layout.bga.x, 0);
-  EXPECT_EQ(layout.bga.y, 12);
-  EXPECT_EQ(layout.bga.width, 0);
-  EXPECT_EQ(layout.bga.height, -5);
-  EXPECT_EQ(layout.lanes[11].style, 1);
+  EXPECT_EQ((std::array{layout.bga.x, layout.bga.y, layout.bga.width, layout.bga.height}), (std::array{0, 12, 0, -5}));
+  EXPECT_EQ(Lane(11), (std::array{1, 20, 1}));
   EXPECT_EQ(layout.lanes[1].image, 3);
   EXPECT_EQ(layout.images[1].source.left, 5);
   EXPECT_EQ(layout.images[1].source.top, 0);
   EXPECT_EQ(layout.images[1].height, 0);
   // Numbers past a million pixels count as garbage too.
-  EXPECT_EQ(layout.lanes[13].image, 0);
-  EXPECT_EQ(layout.lanes[13].x, 0);
-  EXPECT_EQ(layout.lanes[13].style, 3);
+  EXPECT_EQ(Lane(13), (std::array{0, 0, 3}));
   EXPECT_EQ(static_cast<int32_t>(layout.fGreatFrames.size()), kMaxFGreatFrames);
   EXPECT_EQ(layout.digitWidth, 0);
   // The last line, with no line end after it, is still read.

@@ -40,12 +40,6 @@ std::string PictureBytes(const QImage& image, const char* format) {
   return bytes.toStdString();
 }
 
-QImage Filled(int width, int height, QColor colour) {
-  QImage image(width, height, QImage::Format_RGB32);
-  image.fill(colour);
-  return image;
-}
-
 class MediaLayerTest : public ::testing::Test {
  protected:
   void SetUp() override { EnsureGuiApplication(); }
