@@ -14,24 +14,15 @@
 namespace vremo {
 namespace {
 
-// Sets an environment variable for one scope and restores it afterwards.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const char* value) : name_(name) {
-    if (const char* old = ::getenv(name)) old_ = old;
-    ::setenv(name, value, 1);
-  }
-  ~ScopedEnv() {
-    if (old_.empty()) {
-      ::unsetenv(name_);
-    } else {
-      ::setenv(name_, old_.c_str(), 1);
-    }
-  }
+constexpr const char* kDriverVariable = "SDL_AUDIODRIVER";
 
- private:
-  const char* name_;
-  std::string old_;
+// Sets the SDL audio driver for one scope and restores it afterwards.
+struct ScopedDriver {
+  explicit ScopedDriver(const char* value) : old(::getenv(kDriverVariable) ? ::getenv(kDriverVariable) : "") {
+    ::setenv(kDriverVariable, value, 1);
+  }
+  ~ScopedDriver() { old.empty() ? ::unsetenv(kDriverVariable) : ::setenv(kDriverVariable, old.c_str(), 1); }
+  std::string old;
 };
 
 // Polls `done` for up to two seconds.
@@ -52,7 +43,7 @@ class AudioDeviceTest : public ::testing::Test {
                                  test::Sine(44100, 2, 44100, 440.0)));
     return dir_.Path("s.wav");
   }
-  ScopedEnv driver_{"SDL_AUDIODRIVER", "dummy"};
+  ScopedDriver driver_{"dummy"};
   test::TempFolder dir_;
   MemoryLogSink sink_;
   DebugLog log_{&sink_};
@@ -113,7 +104,7 @@ TEST_F(AudioDeviceTest, ReleaseAndReplaceWhilePlayingFreesSafely) {
 }
 
 TEST_F(AudioDeviceTest, WithoutADeviceItLogsTheErrorAndGoesOnSilently) {
-  ScopedEnv driver("SDL_AUDIODRIVER", "no_such_driver");
+  ScopedDriver driver("no_such_driver");
   AudioDevice device;
   EXPECT_FALSE(device.Open(log_));
   EXPECT_FALSE(device.IsOpen());

@@ -87,27 +87,14 @@ inline QImage TestSkin() {
 // Side 1 only: lane 11 red at x 0, lane 12 orange (wide) at x 40, lane 17
 // blue at x 80, the bar line 120 wide from x 0.
 inline std::string TestLayoutText() {
-  return "#FILE skin.png\r\n"
-         "#OBJ01 0,0,10,4\r\n"
-         "#OBJ02 0,10,120,1\r\n"
-         "#OBJ03 0,20,10,4\r\n"
-         "#OBJ04 20,20,30,4\r\n"
-         "#KEY10 02,0,0\r\n"
-         "#KEY11 01,0,0\r\n"
-         "#KEY12 04,40,0\r\n"
-         "#KEY17 03,80,0\r\n"
-         "#GREAT 0,30,20,8\r\n"
-         "#FGREAT 30,30,20,8,2\r\n"
-         "#NUM 0,50,6,8\r\n"
-         "#BGA 0,0,256,256\r\n";
+  std::string text;
+  for (const char* line : {"#FILE skin.png", "#OBJ01 0,0,10,4", "#OBJ02 0,10,120,1", "#OBJ03 0,20,10,4",
+                           "#OBJ04 20,20,30,4", "#KEY10 02,0,0", "#KEY11 01,0,0", "#KEY12 04,40,0", "#KEY17 03,80,0",
+                           "#GREAT 0,30,20,8", "#FGREAT 30,30,20,8,2", "#NUM 0,50,6,8", "#BGA 0,0,256,256"}) {
+    text += std::string(line) + "\r\n";
+  }
+  return text;
 }
-
-class QuietSink : public LogSink {
- public:
-  void AppendLine(std::string_view) override {}
-  void ReplaceText(std::string_view) override {}
-  void CaptionChanged(std::string_view, std::string_view) override {}
-};
 
 // A 200 x 480 drawing area with the test layout, a chart filled by hand
 // (side 1 used) and a renderer over a play engine on a virtual clock.

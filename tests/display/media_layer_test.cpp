@@ -125,22 +125,14 @@ TEST_F(MediaLayerTest, BadPicturesLeaveTheSlotEmpty) {
   const std::string good = PictureBytes(Filled(40, 40, QColor(1, 2, 3)), "PNG");
   std::string corrupt = good;
   for (size_t i = 40; i < corrupt.size(); ++i) corrupt[i] = static_cast<char>(i * 7);
-  // A BMP header of 100000 x 100000 pixels.
-  std::string bmp = "BM" + std::string(12, '\0');
-  bmp[10] = 54;
-  std::string info(40, '\0');
-  info[0] = 40;
-  for (int offset : {4, 8}) {
-    info[offset] = static_cast<char>(0xA0);
-    info[offset + 1] = static_cast<char>(0x86);
-    info[offset + 2] = 0x01;
-  }
-  info[12] = 1;
-  info[14] = 24;
+  // A BMP header of 100000 x 100000 pixels, 24 bits, pixels at 54.
+  const std::string bmp =
+      std::string("BM\0\0\0\0\0\0\0\0\x36\0\0\0\x28\0\0\0\xA0\x86\x01\0\xA0\x86\x01\0\x01\0\x18\0", 30) +
+      std::string(24, '\0');
   const std::vector<std::pair<std::string, std::string>> files = {
       {"corrupt.png", corrupt},
       {"huge.png", PngHeader(100000, 100000) + std::string(64, '\0')},
-      {"huge.bmp", bmp + info},
+      {"huge.bmp", bmp},
       {"empty.png", ""},
       {"text.png", "this is not a picture"},
       {"big.png", PictureBytes(Filled(1100, 1000, QColor(9, 9, 9)), "PNG")},  // 4.4 MB > the budget

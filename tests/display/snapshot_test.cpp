@@ -22,13 +22,9 @@ class SnapshotTest : public ::testing::Test {
     request.position = position;
     return request;
   }
-  std::string Bytes(const std::string& path) const {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-  }
 
   TempFolder folder;
-  QuietSink sink;
+  MemoryLogSink sink;
   DebugLog log{&sink};
   std::ostringstream err;
 };
@@ -45,9 +41,9 @@ TEST_F(SnapshotTest, DemoFrameAfterAnAutomaticPlay) {
   }
   EXPECT_GT(lit, 900);
   // A second run draws the very same frame.
-  const std::string first = Bytes(request.outputPath);
+  const std::string first = folder.Read("shot.png");
   ASSERT_EQ(RunSnapshot(request, log, err), SnapshotResult::kWritten);
-  EXPECT_EQ(Bytes(request.outputPath), first);
+  EXPECT_EQ(folder.Read("shot.png"), first);
 }
 
 TEST_F(SnapshotTest, SceneJudgesEveryNoteLikeAnAutomaticPlay) {
