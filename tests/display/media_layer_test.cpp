@@ -168,17 +168,5 @@ TEST_F(MediaLayerTest, ChartPicturesKeepTheSizeRuleOfBmpNames) {
   EXPECT_FALSE(media.pictures().AnyLoaded());
 }
 
-TEST_F(MediaLayerTest, CorpusPictureNamedBmpShippedAsPng) {
-  auto chart = std::make_unique<Chart>();
-  LoadOptions options;
-  options.noWav = true;
-  MediaLayer roomy(log);
-  LoadContext context{log, roomy, options, {}};
-  ASSERT_EQ(LoadChart(std::string(VREMO_CORPUS_DIR) + "/moontide/moontide_7p.bme", *chart, context), kLoadOk);
-  ASSERT_NE(roomy.pictures().Picture(1), nullptr);
-  EXPECT_EQ(roomy.pictures().Picture(1)->width(), 256);
-  EXPECT_EQ(chart->pictureRect[1].width, 0);
-}
-
 }  // namespace
 }  // namespace vremo::testing
