@@ -175,9 +175,7 @@ TEST_F(FrameRendererTest, BgaComposesBaseLayerAndMissPictures) {
   engine.state().pictureChanged = true;
   DrawAt(0.0);
   // Centred in the 256 square: x 96-159, y 0-63; the layer's black is clear.
-  EXPECT_EQ(At(100, 10), Rgb(10, 200, 10));
-  EXPECT_EQ(At(96 + 32, 32), kWhite);
-  EXPECT_EQ(At(95, 10), kBlack);
+  EXPECT_EQ(At({{100, 10}, {96 + 32, 32}, {95, 10}}), (std::vector<Colour>{Rgb(10, 200, 10), kWhite, kBlack}));
   EXPECT_FALSE(engine.state().pictureChanged);
   engine.scores().missFlag = true;
   engine.state().missPicture = 3;
@@ -233,17 +231,11 @@ TEST_F(FrameRendererTest, MessageLastsOneSecondAndFramesArePresented) {
 }
 
 TEST_F(FrameRendererTest, GarbageLayoutAndExtremeOptionsDrawWithoutFault) {
-  LoadRect(folder.Write("garbage.vrd", TestLayoutText() + "#KEY12 04,-1000000,3\r\n"
-                                                          "#OBJ04 0,0,-30,-4\r\n"
-                                                          "#GREAT 0,0,-20,1000000\r\n"
-                                                          "#NUM 0,0,-6,-8\r\n"
-                                                          "#FGREAT 0,0,1000000,1000000,1024\r\n"),
-           layout, layoutContext);
-  settings.userPlay = true;
-  settings.showGauge = true;
-  settings.showGlid = true;
-  settings.showVLine = true;
-  settings.polMode = true;
+  const std::string garbage =
+      "#KEY12 04,-1000000,3\r\n#OBJ04 0,0,-30,-4\r\n#GREAT 0,0,-20,1000000\r\n#NUM 0,0,-6,-8\r\n"
+      "#FGREAT 0,0,1000000,1000000,1024\r\n";
+  LoadRect(folder.Write("garbage.vrd", TestLayoutText() + garbage), layout, layoutContext);
+  settings.userPlay = settings.showGauge = settings.showGlid = settings.showVLine = settings.polMode = true;
   for (int32_t i = 0; i < 40; ++i) Add(i * 30, i % 2 == 0 ? 11 : 12);
   PlayerScore& score = engine.scores().players[0];
   score.combo = 1234567890;
@@ -256,9 +248,7 @@ TEST_F(FrameRendererTest, GarbageLayoutAndExtremeOptionsDrawWithoutFault) {
     for (int32_t kind : {kJudgeGreat, kJudgeFGreat}) {
       score.lastJudgement = kind;
       score.lastJudgementTick = clock.TickCount();
-      DrawAt(-1e12);
-      DrawAt(600.0);
-      DrawAt(1e15);
+      for (double cur : {-1e12, 600.0, 1e15}) DrawAt(cur);
     }
   }
   // The sane lane is drawn where it belongs all the same.

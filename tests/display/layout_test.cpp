@@ -38,17 +38,10 @@ class LayoutTest : public ::testing::Test {
   LayoutContext context{log, media, {true, true}, {}};
 };
 
-TEST_F(LayoutTest, ReadsEveryKeyWhateverItsCase) {
+TEST_F(LayoutTest, ReadsEveryKeyWhateverItsCaseAndFixedParts) {
   Load(
-      "#bga 1,2,3,4\r\n"
-      "#Key11 5,40,1\r\n"
-      "#obj05 10,20,30,8\r\n"
-      "#POOR 1,2,3,4\r\n"
-      "#bad 5,6,7,8\r\n"
-      "#GOOD 9,10,11,12\r\n"
-      "#GREAT 13,14,15,16\r\n"
-      "#FGREAT 100,50,40,10,3\r\n"
-      "#NUM 0,50,6.5,8\r\n");
+      "#bga 1,2,3,4\r\n#Key11 5,40,1\r\n#obj05 10,20,30,8\r\n#POOR 1,2,3,4\r\n#bad 5,6,7,8\r\n"
+      "#GOOD 9,10,11,12\r\n#GREAT 13,14,15,16\r\n#FGREAT 100,50,40,10,3\r\n#NUM 0,50,6.5,8\r\n");
   EXPECT_EQ(sink.lines, (std::vector<std::string>{"LoadRect -----", "  Loading rectfile...", "  Setting fonts...",
                                                   "  Making VLine...", "loadrect complete."}));
   EXPECT_TRUE(layout.bgaShown);
@@ -73,10 +66,7 @@ TEST_F(LayoutTest, ReadsEveryKeyWhateverItsCase) {
   Load("#FGREAT 0,0,10,10,0\r\n");
   EXPECT_TRUE(layout.fGreatFrames.empty());
   EXPECT_FALSE(layout.bgaShown);
-}
-
-TEST_F(LayoutTest, FontTableAndGaugeStrips) {
-  Load("");
+  // The font table and gauge strips are fixed.
   EXPECT_EQ(*layout.Glyph('!'), (Rect{0, 122, 3, 127}));
   EXPECT_EQ(*layout.Glyph('0'), (Rect{45, 122, 48, 127}));
   EXPECT_EQ(*layout.Glyph('A'), (Rect{0, 127, 3, 132}));
@@ -89,12 +79,7 @@ TEST_F(LayoutTest, FontTableAndGaugeStrips) {
 }
 
 TEST_F(LayoutTest, GuideStylesAndTheRedFootOfLaneEleven) {
-  Load(
-      "#OBJ01 0,0,10,4\r\n"
-      "#OBJ02 0,0,30,10\r\n"
-      "#KEY11 01,20,1\r\n"
-      "#KEY12 01,50,2\r\n"
-      "#KEY21 02,100,3\r\n");
+  Load("#OBJ01 0,0,10,4\r\n#OBJ02 0,0,30,10\r\n#KEY11 01,20,1\r\n#KEY12 01,50,2\r\n#KEY21 02,100,3\r\n");
   ASSERT_NE(media.guide(), nullptr);
   EXPECT_EQ(media.guide()->width(), 200);
   EXPECT_EQ(media.guide()->height(), 100);
@@ -167,16 +152,8 @@ TEST_F(LayoutTest, GarbageNumbersAndHugeLinesAreSkipped) {
   std::string huge = "#BGA ";
   huge.append(1 << 20, '9');
   Load(huge + "\r\n" + std::string(1 << 20, ',') +
-       "\r\n"
-       "#BGA abc,12x,,-5\r\n"
-       "#KEY11 01,20,99999999\r\n"
-       "#KEY1  3,4,5\r\n"
-       "#KEY-5 3,4,5\r\n"
-       "#OBJ01 99999999999,zz,7\r\n"
-       "#KEY13 2000000,-2000000,3\r\n"
-       "#FGREAT 0,0,10,10,5000\r\n"
-       "#NUM\r\n"
-       "#\r\n"
+       "\r\n#BGA abc,12x,,-5\r\n#KEY11 01,20,99999999\r\n#KEY1  3,4,5\r\n#KEY-5 3,4,5\r\n"
+       "#OBJ01 99999999999,zz,7\r\n#KEY13 2000000,-2000000,3\r\n#FGREAT 0,0,10,10,5000\r\n#NUM\r\n#\r\n"
        "#KEY12 02,60,2");
   // Whatever does not convert leaves its field alone; a missing field is 0.
   EXPECT_EQ((std::array{layout.bga.x, layout.bga.y, layout.bga.width, layout.bga.height}), (std::array{0, 12, 0, -5}));
