@@ -72,8 +72,7 @@ TEST_F(MediaLayerTest, SurfacesAreMadeAndReleasedWithTheirLogLines) {
   EXPECT_EQ(media.soundPanel()->width(), kSoundPanelWidth);
   EXPECT_EQ(media.soundPanel()->height(), kSoundPanelHeight);
   // The label "FF" of the last cell: the top row of an F is full.
-  EXPECT_EQ(media.soundPanel()->Pixel(240 + 1, 240 + 1), kSoundPanelLabelColour);
-  EXPECT_EQ(media.soundPanel()->Pixel(240 + 7, 240 + 1), kSoundPanelLabelColour);
+  EXPECT_EQ(Pixels(*media.soundPanel(), {{240 + 1, 240 + 1}, {240 + 7, 240 + 1}}), Each(2, kSoundPanelLabelColour));
 
   // Full screen takes 640 x 480 whatever the window was.
   media.SetFullScreenSize();
@@ -119,6 +118,23 @@ TEST_F(MediaLayerTest, PictureSlotsReadEveryFormatAndMeasureOnlyWhenAsked) {
   media.PrepareSurfaces();
   EXPECT_FALSE(media.pictures().AnyLoaded());
   EXPECT_EQ(media.memory().Held(), 0);
+
+  const std::string path = folder.Write("song.bms",
+                                        "#BMP02 d.bmp\r\n#BMP01 a.png\r\n#BMP03 d.bmp\r\n#BMP04 missing.png\r\n"
+                                        "#BPM 120\r\n#00111:01\r\n");
+  auto chart = std::make_unique<Chart>();
+  LoadContext context{log, media, LoadOptions{}, {}};
+  ASSERT_EQ(LoadChart(path, *chart, context), kLoadOk);
+  // A BMP name is not measured: it takes the size last measured, or none.
+  EXPECT_EQ(chart->pictureRect[2].width, 0);
+  EXPECT_EQ(chart->pictureRect[1].width, 32);
+  EXPECT_EQ(chart->pictureRect[3].height, 16);
+  EXPECT_EQ(media.pictures().Picture(3)->width(), 12);
+  EXPECT_EQ(media.pictures().Picture(4), nullptr);
+
+  context.options.noBga = true;
+  ASSERT_EQ(LoadChart(path, *chart, context), kLoadOk);
+  EXPECT_FALSE(media.pictures().AnyLoaded());
 }
 
 TEST_F(MediaLayerTest, BadPicturesLeaveTheSlotEmpty) {
@@ -145,27 +161,6 @@ TEST_F(MediaLayerTest, BadPicturesLeaveTheSlotEmpty) {
   }
   EXPECT_FALSE(media.LoadPicture(7, folder.Path("missing.png"), true).loaded);
   EXPECT_TRUE(sink.lines.empty());
-}
-
-TEST_F(MediaLayerTest, ChartPicturesKeepTheSizeRuleOfBmpNames) {
-  folder.Write("a.png", PictureBytes(Filled(32, 16, QColor(10, 20, 30)), "PNG"));
-  folder.Write("b.bmp", PictureBytes(Filled(8, 8, QColor(40, 50, 60)), "BMP"));
-  const std::string path = folder.Write("song.bms",
-                                        "#BMP02 b.bmp\r\n#BMP01 a.png\r\n#BMP03 b.bmp\r\n#BMP04 missing.png\r\n"
-                                        "#BPM 120\r\n#00111:01\r\n");
-  auto chart = std::make_unique<Chart>();
-  LoadContext context{log, media, LoadOptions{}, {}};
-  ASSERT_EQ(LoadChart(path, *chart, context), kLoadOk);
-  // A BMP name is not measured: it takes the size last measured, or none.
-  EXPECT_EQ(chart->pictureRect[2].width, 0);
-  EXPECT_EQ(chart->pictureRect[1].width, 32);
-  EXPECT_EQ(chart->pictureRect[3].height, 16);
-  EXPECT_EQ(media.pictures().Picture(3)->width(), 8);
-  EXPECT_EQ(media.pictures().Picture(4), nullptr);
-
-  context.options.noBga = true;
-  ASSERT_EQ(LoadChart(path, *chart, context), kLoadOk);
-  EXPECT_FALSE(media.pictures().AnyLoaded());
 }
 
 }  // namespace
