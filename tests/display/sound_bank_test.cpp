@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "display/offline_renderer.h"
 #include "display/sound_decoder.h"
 #include "tests/display/sound_test_files.h"
@@ -28,6 +30,10 @@ class SoundBankTest : public ::testing::Test {
     for (size_t i = static_cast<size_t>(from) * 2; i < s.size(); i += 2) count += s[i] != 0.0f;
     return count;
   }
+  // Whether the slot holds a sound, its base frequency and length in bytes.
+  std::array<int32_t, 3> Slot(int slot) const {
+    return {bank_.HasSound(slot), bank_.BaseFrequency(slot), bank_.LengthBytes(slot)};
+  }
   float LeftAt(int64_t frame) const { return renderer_.samples()[static_cast<size_t>(frame) * 2]; }
 
   test::TempFolder dir_;
@@ -46,9 +52,7 @@ TEST_F(SoundBankTest, LoadFindsTheFileAndReportsRateAndLength) {
   EXPECT_TRUE(result.loaded);
   EXPECT_EQ(result.baseFrequency, 22050);
   EXPECT_EQ(result.sizeBytes, 1234.0f * 4);
-  EXPECT_TRUE(bank_.HasSound(0x1f));
-  EXPECT_EQ(bank_.BaseFrequency(0x1f), 22050);
-  EXPECT_EQ(bank_.LengthBytes(0x1f), 1234 * 4);
+  EXPECT_EQ(Slot(0x1f), (std::array{1, 22050, 1234 * 4}));
   EXPECT_EQ(bank_.PlayCursor(0x1f), 0);
   EXPECT_FALSE(bank_.HasSound(0x20));
   EXPECT_TRUE(bank_.LoadSound(1, dir_.Path("kick.wav")).loaded);
@@ -62,27 +66,19 @@ TEST_F(SoundBankTest, BadFilesAndSlotsLeaveTheSlotAsItWas) {
   EXPECT_FALSE(bank_.LoadSound(1, dir_.Path("missing.wav")).loaded);
   EXPECT_FALSE(bank_.LoadSound(2, dir_.Path("empty.wav")).loaded);
   EXPECT_FALSE(bank_.LoadSound(3, dir_.Path("text.ogg")).loaded);
-  for (int slot : {1, 2, 3}) {
-    EXPECT_FALSE(bank_.HasSound(slot));
-    EXPECT_EQ(bank_.LengthBytes(slot), 0);
-    EXPECT_EQ(bank_.BaseFrequency(slot), 0);
+  EXPECT_FALSE(bank_.LoadSound(-1, good).loaded);
+  EXPECT_FALSE(bank_.LoadSound(256, good).loaded);
+  for (int slot : {1, 2, 3, -1, 256}) {
+    EXPECT_EQ(Slot(slot), (std::array{0, 0, 0})) << slot;
     bank_.Restart(slot, 0.0);  // ignored
   }
   // A failed load keeps the slot's earlier sound.
   ASSERT_TRUE(bank_.LoadSound(9, good).loaded);
   EXPECT_FALSE(bank_.LoadSound(9, dir_.Path("missing.wav")).loaded);
-  EXPECT_TRUE(bank_.HasSound(9));
-  EXPECT_EQ(bank_.LengthBytes(9), 400);
-
-  EXPECT_FALSE(bank_.LoadSound(-1, good).loaded);
-  EXPECT_FALSE(bank_.LoadSound(256, good).loaded);
-  EXPECT_FALSE(bank_.HasSound(-1));
-  EXPECT_FALSE(bank_.HasSound(256));
-  bank_.Restart(256, 0.0);
+  EXPECT_EQ(Slot(9), (std::array{1, kRate, 400}));
   bank_.Stop(-3);
   bank_.SetFrequency(1000, 44100);
   EXPECT_EQ(bank_.PlayCursor(256), 0);
-  EXPECT_EQ(bank_.LengthBytes(-1), 0);
   renderer_.AdvanceTo(100.0);
   EXPECT_EQ(SoundingFrames(), 0);
 }
@@ -96,8 +92,7 @@ TEST_F(SoundBankTest, ALaterLoadReplacesThePlayingSound) {
   ASSERT_TRUE(bank_.LoadSound(5, WriteLevel("b.wav", 300, 0.5f, 22050)).loaded);
   renderer_.AdvanceTo(500.0);
   EXPECT_EQ(SoundingFrames(), 4410);
-  EXPECT_EQ(bank_.LengthBytes(5), 1200);
-  EXPECT_EQ(bank_.BaseFrequency(5), 22050);
+  EXPECT_EQ(Slot(5), (std::array{1, 22050, 1200}));
   bank_.Restart(5, 500.0);
   renderer_.AdvanceTo(600.0);
   EXPECT_EQ(SoundingFrames(renderer_.FrameAt(500.0)), 600) << "played at its own 22050 Hz";
