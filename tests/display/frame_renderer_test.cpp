@@ -35,10 +35,7 @@ TEST_F(FrameRendererTest, NotesAndGridSitOnTheirPositionAtHiSpeedOneAndTwo) {
 }
 
 TEST_F(FrameRendererTest, ReverseAccelAndNazoBendTheLane) {
-  Add(0, 12);
-  Add(100, 11);
-  Add(240, 11);
-  Add(476, 12);
+  Add({{0, 12}, {100, 11}, {240, 11}, {476, 12}});
   settings.reverse = true;
   DrawAt(0.0);
   // The line is at the top: y 380 is drawn from H - y = 100 down.
@@ -59,8 +56,7 @@ TEST_F(FrameRendererTest, ReverseAccelAndNazoBendTheLane) {
 }
 
 TEST_F(FrameRendererTest, HiddenSuddenAndStealthLimits) {
-  Add(119, 12);
-  Add(120, 11);
+  Add({{119, 12}, {120, 11}});
   settings.hidden = true;
   DrawAt(0.0);
   // 120 pixels above the line is drawn, 119 is not.
@@ -68,8 +64,7 @@ TEST_F(FrameRendererTest, HiddenSuddenAndStealthLimits) {
   EXPECT_TRUE(RowsOf(kLane12Column, kWideOrange).empty());
 
   chart->objectCount = 0;
-  Add(124, 11);
-  Add(125, 12);
+  Add({{124, 11}, {125, 12}});
   settings.hidden = false;
   settings.sudden = true;
   DrawAt(0.0);
@@ -77,9 +72,7 @@ TEST_F(FrameRendererTest, HiddenSuddenAndStealthLimits) {
   EXPECT_TRUE(RowsOf(kLane12Column, kWideOrange).empty());
 
   chart->objectCount = 0;
-  Add(48, kChannelBarLine);
-  Add(96, 11);
-  Add(144, 17);
+  Add({{48, kChannelBarLine}, {96, 11}, {144, 17}});
   settings.sudden = false;
   settings.stealth = true;
   DrawAt(0.0);

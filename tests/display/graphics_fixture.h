@@ -126,6 +126,9 @@ class RenderFixture : public ::testing::Test {
     object.channel = channel;
     object.value = value;
   }
+  void Add(std::initializer_list<std::pair<int32_t, int32_t>> notes) {
+    for (const auto& [y, channel] : notes) Add(y, channel);
+  }
   // Draws the frame at `cur` with every object visible.
   void DrawAt(double cur) {
     engine.state().currentPosition = cur;
