@@ -81,24 +81,6 @@ TEST_F(FrameRendererTest, HiddenSuddenAndStealthLimits) {
   EXPECT_EQ(RowsOf(kLane17Column, kFreeBlue), Span(332, 335));
 }
 
-TEST_F(FrameRendererTest, GaugeBarAndPercentage) {
-  settings.showGauge = true;
-  engine.scores().players[0].displayedGauge = 50.0f;
-  DrawAt(0.0);
-  // The gauge is centred on the 120-pixel side: x = (120 - 100) / 2 = 10.
-  EXPECT_EQ(At({{10, 442}, {15, 442}, {20, 446}, {25, 444}}),
-            (std::vector<Colour>{kFontZero, kFontFive, kFontZero, kFontPercent}));
-  // Full up to 50 less a flicker of at most 5 pixels, the end column at 59,
-  // the rest of the 99-pixel strip empty.
-  for (int32_t x = 10; x < 55; ++x) EXPECT_EQ(At(x, 434), kGaugeFull) << x;
-  EXPECT_EQ(At(59, 430), kGaugeFull);
-  for (int32_t x = 60; x < 109; ++x) EXPECT_EQ(At(x, 438), kGaugeEmpty) << x;
-  EXPECT_EQ(At({{109, 434}, {9, 434}}), Each(2, kBlack));
-  settings.showGauge = false;
-  DrawAt(0.0);
-  EXPECT_EQ(At(10, 434), kBlack);
-}
-
 // Judgements and combo line up on the side; a pending note is missed.
 TEST_F(FrameRendererTest, JudgementComboAndMissWhenDrawing) {
   settings.userPlay = true;
@@ -201,11 +183,27 @@ TEST_F(FrameRendererTest, SoundPanelAndOverviewShowPlayingSlots) {
   overview.barWidth.fill(-1.0);
   overview.barWidth[0] = 16.0;
   panelRenderer.DrawSoundOverview(overview);
-  EXPECT_EQ(At(8, 13), kSoundPanelLabelColour);
-  EXPECT_EQ(At(24, 29), kBlack);
+  EXPECT_EQ(At({{8, 13}, {24, 29}}), (std::vector<Colour>{kSoundPanelLabelColour, kBlack}));
 }
 
-TEST_F(FrameRendererTest, MessageLastsOneSecondAndFramesArePresented) {
+TEST_F(FrameRendererTest, GaugeAndMessageOverlaysAndThePresentedFrame) {
+  settings.showGauge = true;
+  engine.scores().players[0].displayedGauge = 50.0f;
+  DrawAt(0.0);
+  // The gauge is centred on the 120-pixel side: x = (120 - 100) / 2 = 10.
+  EXPECT_EQ(At({{10, 442}, {15, 442}, {20, 446}, {25, 444}}),
+            (std::vector<Colour>{kFontZero, kFontFive, kFontZero, kFontPercent}));
+  // Full up to 50 less a flicker of at most 5 pixels, the end column at 59,
+  // the rest of the 99-pixel strip empty.
+  for (int32_t x = 10; x < 55; ++x) EXPECT_EQ(At(x, 434), kGaugeFull) << x;
+  EXPECT_EQ(At(59, 430), kGaugeFull);
+  for (int32_t x = 60; x < 109; ++x) EXPECT_EQ(At(x, 438), kGaugeEmpty) << x;
+  EXPECT_EQ(At({{109, 434}, {9, 434}}), Each(2, kBlack));
+  settings.showGauge = false;
+  DrawAt(0.0);
+  EXPECT_EQ(At(10, 434), kBlack);
+
+  // A message lasts one second.
   Surface target(kWidth * 2, kHeight * 2);
   SurfacePresenter presenter(target);
   renderer.SetPresenter(&presenter);
