@@ -87,11 +87,8 @@ TEST(OfflineRendererTest, CommandsTakeEffectInTimeOrder) {
 TEST(OfflineRendererTest, ALateStartBeginsAtOnceWhereTheSoundWouldBe) {
   auto ramp = std::make_shared<SoundData>();
   ramp->frames = 10000;
-  for (int i = 0; i <= 10000; ++i) {
-    const float v = i < 10000 ? i / 20000.0f : 0.0f;
-    ramp->samples.push_back(v);
-    ramp->samples.push_back(v);
-  }
+  ramp->samples.resize(2 * 10001, 0.0f);
+  for (int i = 0; i < 2 * 10000; ++i) ramp->samples[i] = (i / 2) / 20000.0f;
   ramp->sampleRate = kRate;
   OfflineRenderer renderer;
   renderer.AdvanceTo(100.0);                  // 4410 frames already mixed
