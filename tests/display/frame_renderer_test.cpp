@@ -34,7 +34,9 @@ TEST_F(FrameRendererTest, NotesAndGridSitOnTheirPositionAtHiSpeedOneAndTwo) {
   EXPECT_TRUE(RowsOf(kLane11Column, kNoteRed).empty());
 }
 
-TEST_F(FrameRendererTest, ReverseAccelAndNazoBendTheLane) {
+// Reverse, accel and nazo bend the lane; hidden, sudden and stealth limit
+// what shows.
+TEST_F(FrameRendererTest, LaneOptionsMoveAndHideNotes) {
   Add({{0, 12}, {100, 11}, {240, 11}, {476, 12}});
   settings.reverse = true;
   DrawAt(0.0);
@@ -53,10 +55,10 @@ TEST_F(FrameRendererTest, ReverseAccelAndNazoBendTheLane) {
   // top (y 4) comes up from the bottom at y 472, 12 pixels in from each edge.
   EXPECT_EQ(At({{40, 478}, {69, 478}, {52, 470}, {57, 470}}), Each(4, kWideOrange));
   EXPECT_EQ(At({{51, 470}, {58, 470}}), Each(2, kBlack));
-}
 
-TEST_F(FrameRendererTest, HiddenSuddenAndStealthLimits) {
+  chart->objectCount = 0;
   Add({{119, 12}, {120, 11}});
+  settings.nazo = false;
   settings.hidden = true;
   DrawAt(0.0);
   // 120 pixels above the line is drawn, 119 is not.

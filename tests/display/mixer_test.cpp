@@ -101,7 +101,7 @@ TEST(MixerTest, RatesAreResampledBetweenFrames) {
   EXPECT_EQ(mixer.CursorFrames(1), 4000);
 }
 
-TEST(MixerTest, StopAllSilencesEveryVoiceAndInvalidSlotsAreIgnored) {
+TEST(MixerTest, StopAllAndMasterVolumeAndInvalidSlots) {
   const auto sound = ConstantSound(10000, 0.1f);
   Mixer mixer(kRate);
   mixer.Apply(Start(-1, *sound));
@@ -113,15 +113,13 @@ TEST(MixerTest, StopAllSilencesEveryVoiceAndInvalidSlotsAreIgnored) {
   EXPECT_EQ(mixer.SoundingCount(), 52);
   mixer.Apply({.kind = MixerCommand::Kind::kStopAll});
   EXPECT_EQ(mixer.SoundingCount(), 0);
-}
 
-TEST(MixerTest, MasterVolumeScalesTheOutput) {
-  const auto sound = ConstantSound(20000, 0.5f);
-  Mixer mixer(kRate);
-  mixer.Apply({.kind = MixerCommand::Kind::kSetMasterVolume, .rate = 0.5});
-  mixer.Apply(Start(0, *sound));
-  const auto out = Render(mixer, 4000);
-  // The change glides over the first block, then holds.
+  // A master volume change glides over the first block, then holds.
+  const auto half = ConstantSound(20000, 0.5f);
+  Mixer master(kRate);
+  master.Apply({.kind = MixerCommand::Kind::kSetMasterVolume, .rate = 0.5});
+  master.Apply(Start(0, *half));
+  const auto out = Render(master, 4000);
   EXPECT_FLOAT_EQ(out[2 * 3000], 0.5f * kMixHeadroom * 0.5f);
 }
 

@@ -57,7 +57,8 @@ TEST(OfflineRendererTest, AClickAtOneSecondStartsAtSample44100Exactly) {
 }
 
 // Starts queued out of order play in time order; an untimed command follows
-// the latest queued time; commands at the target apply before AdvanceTo ends.
+// the latest queued time; commands at the target apply before AdvanceTo ends;
+// a late start begins at once where the sound would be.
 TEST(OfflineRendererTest, CommandsTakeEffectInTimeOrder) {
   OfflineRenderer renderer;
   renderer.StartVoice(1, Click(), kRate, 20.0);
@@ -82,20 +83,18 @@ TEST(OfflineRendererTest, CommandsTakeEffectInTimeOrder) {
   EXPECT_EQ(FirstSoundingFrame(untimed, 2206), -1);
   EXPECT_FALSE(untimed.VoiceCursorFrames(1));
   EXPECT_EQ(untimed.VoiceCursorFrames(2), 8820 - 2205);
-}
 
-TEST(OfflineRendererTest, ALateStartBeginsAtOnceWhereTheSoundWouldBe) {
   auto ramp = std::make_shared<SoundData>();
   ramp->frames = 10000;
   ramp->samples.resize(2 * 10001, 0.0f);
   for (int i = 0; i < 2 * 10000; ++i) ramp->samples[i] = (i / 2) / 20000.0f;
   ramp->sampleRate = kRate;
-  OfflineRenderer renderer;
-  renderer.AdvanceTo(100.0);                  // 4410 frames already mixed
-  renderer.StartVoice(0, ramp, kRate, 90.0);  // belongs 441 frames back
-  renderer.AdvanceTo(110.0);
-  EXPECT_EQ(renderer.samples()[4409 * 2], 0.0f) << "the past is not rewritten";
-  EXPECT_FLOAT_EQ(renderer.samples()[4410 * 2], 441 / 20000.0f * kMixHeadroom);
+  OfflineRenderer late;
+  late.AdvanceTo(100.0);                  // 4410 frames already mixed
+  late.StartVoice(0, ramp, kRate, 90.0);  // belongs 441 frames back
+  late.AdvanceTo(110.0);
+  EXPECT_EQ(late.samples()[4409 * 2], 0.0f) << "the past is not rewritten";
+  EXPECT_FLOAT_EQ(late.samples()[4410 * 2], 441 / 20000.0f * kMixHeadroom);
 }
 
 TEST(OfflineRendererTest, RenderTailRunsUntilSilence) {
