@@ -14,26 +14,15 @@
 namespace vremo {
 namespace {
 
-using test::TempDir;
+constexpr const char* kDriverVariable = "SDL_AUDIODRIVER";
 
-// Sets an environment variable for one test and restores it afterwards.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const char* value) : name_(name) {
-    if (const char* old = ::getenv(name)) old_ = old;
-    ::setenv(name, value, 1);
+// Sets the SDL audio driver for one scope and restores it afterwards.
+struct ScopedDriver {
+  explicit ScopedDriver(const char* value) : old(::getenv(kDriverVariable) ? ::getenv(kDriverVariable) : "") {
+    ::setenv(kDriverVariable, value, 1);
   }
-  ~ScopedEnv() {
-    if (old_.empty()) {
-      ::unsetenv(name_);
-    } else {
-      ::setenv(name_, old_.c_str(), 1);
-    }
-  }
-
- private:
-  const char* name_;
-  std::string old_;
+  ~ScopedDriver() { old.empty() ? ::unsetenv(kDriverVariable) : ::setenv(kDriverVariable, old.c_str(), 1); }
+  std::string old;
 };
 
 // Polls `done` for up to two seconds.
@@ -50,17 +39,19 @@ bool WaitFor(Done done) {
 class AudioDeviceTest : public ::testing::Test {
  protected:
   std::string WriteSecond() {
-    EXPECT_TRUE(test::WriteSound(dir_ / "s.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 2,
+    EXPECT_TRUE(test::WriteSound(dir_.Path("s.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 2,
                                  test::Sine(44100, 2, 44100, 440.0)));
-    return dir_ / "s.wav";
+    return dir_.Path("s.wav");
   }
-  TempDir dir_;
+  ScopedDriver driver_{"dummy"};
+  test::TempFolder dir_;
   MemoryLogSink sink_;
   DebugLog log_{&sink_};
 };
 
-TEST_F(AudioDeviceTest, OpensOnTheDummyDriverAndLogsIt) {
-  ScopedEnv driver("SDL_AUDIODRIVER", "dummy");
+// Opening logs the device; a play advances the cursor, Stop resets it, and
+// reopening replaces the device with a silent one.
+TEST_F(AudioDeviceTest, OpensOnTheDummyDriverAndPlays) {
   AudioDevice device;
   ASSERT_TRUE(device.Open(log_));
   EXPECT_TRUE(device.IsOpen());
@@ -70,14 +61,7 @@ TEST_F(AudioDeviceTest, OpensOnTheDummyDriverAndLogsIt) {
   EXPECT_EQ(sink_.lines[0], "initializing directsound...");
   EXPECT_EQ(sink_.lines[1].rfind("  audio device: ", 0), 0u) << sink_.lines[1];
   EXPECT_NE(sink_.lines[1].find(std::to_string(device.sampleRate()) + "Hz"), std::string::npos);
-  device.Close();
-  EXPECT_FALSE(device.IsOpen());
-}
 
-TEST_F(AudioDeviceTest, APlayAdvancesTheCursorAndStopResetsIt) {
-  ScopedEnv driver("SDL_AUDIODRIVER", "dummy");
-  AudioDevice device;
-  ASSERT_TRUE(device.Open(log_));
   MixerSoundBank bank(device);
   ASSERT_TRUE(bank.LoadSound(0x10, WriteSecond()).loaded);
   bank.Restart(0x10, 0.0);
@@ -87,13 +71,14 @@ TEST_F(AudioDeviceTest, APlayAdvancesTheCursorAndStopResetsIt) {
   EXPECT_EQ(bank.PlayCursor(0x10) % kSoundBytesPerFrame, 0);
   bank.Stop(0x10);
   EXPECT_TRUE(WaitFor([&] { return bank.PlayCursor(0x10) == 0; }));
-}
 
-TEST_F(AudioDeviceTest, ReleaseAndReplaceWhilePlayingFreesSafely) {
-  ScopedEnv driver("SDL_AUDIODRIVER", "dummy");
-  AudioDevice device;
+  bank.Restart(0x10, 0.0);
   ASSERT_TRUE(device.Open(log_));
-  MixerSoundBank bank(device);
+  EXPECT_EQ(bank.PlayCursor(0x10), 0) << "the new device starts silent";
+  bank.Restart(0x10, 0.0);
+  EXPECT_TRUE(WaitFor([&] { return bank.PlayCursor(0x10) > 0; }));
+
+  // Releasing and replacing sounds while they play frees them safely.
   const std::string path = WriteSecond();
   for (int round = 0; round < 20; ++round) {
     for (int slot = 0; slot < 256; slot += 15) {
@@ -110,30 +95,16 @@ TEST_F(AudioDeviceTest, ReleaseAndReplaceWhilePlayingFreesSafely) {
     }
     return true;
   }));
-}
-
-TEST_F(AudioDeviceTest, ReopeningReplacesTheDevice) {
-  ScopedEnv driver("SDL_AUDIODRIVER", "dummy");
-  AudioDevice device;
-  ASSERT_TRUE(device.Open(log_));
-  MixerSoundBank bank(device);
-  ASSERT_TRUE(bank.LoadSound(1, WriteSecond()).loaded);
-  bank.Restart(1, 0.0);
-  ASSERT_TRUE(device.Open(log_));
-  EXPECT_EQ(bank.PlayCursor(1), 0) << "the new device starts silent";
-  bank.Restart(1, 0.0);
-  EXPECT_TRUE(WaitFor([&] { return bank.PlayCursor(1) > 0; }));
+  device.Close();
+  EXPECT_FALSE(device.IsOpen());
 }
 
 TEST_F(AudioDeviceTest, WithoutADeviceItLogsTheErrorAndGoesOnSilently) {
-  ScopedEnv driver("SDL_AUDIODRIVER", "no_such_driver");
+  ScopedDriver driver("no_such_driver");
   AudioDevice device;
   EXPECT_FALSE(device.Open(log_));
   EXPECT_FALSE(device.IsOpen());
-  ASSERT_EQ(sink_.lines.size(), 2u);
-  EXPECT_EQ(sink_.lines[0], "initializing directsound...");
-  EXPECT_EQ(sink_.lines[1], "Err:DirectSound Initializing");
-
+  EXPECT_EQ(sink_.lines, (std::vector<std::string>{"initializing directsound...", "Err:DirectSound Initializing"}));
   MixerSoundBank bank(device);
   const SoundLoadResult result = bank.LoadSound(2, WriteSecond());
   EXPECT_TRUE(result.loaded) << "the play engine still gets its sounds";

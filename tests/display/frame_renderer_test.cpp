@@ -13,14 +13,19 @@ constexpr int32_t kBarColumn = 100;    // only the bar line reaches here
 
 using FrameRendererTest = RenderFixture;
 
-TEST_F(FrameRendererTest, NotesSitOnTheirPositionAtHiSpeedOneAndTwo) {
+// Notes and the grid (48 units apart) at hi-speed 1 and 2.
+TEST_F(FrameRendererTest, NotesAndGridSitOnTheirPositionAtHiSpeedOneAndTwo) {
   Add(100, 11);
+  settings.showGlid = true;
   DrawAt(0.0);
   // y = 480 + (0 - 100) x 1 = 380: the note's bottom row is 379.
   EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(376, 379));
+  EXPECT_EQ(RowsOf(kBarColumn, kBarGreen), (std::vector<int32_t>{47, 95, 143, 191, 239, 287, 335, 383, 431, 479}));
   settings.hiSpeed = 2.0f;
   DrawAt(0.0);
   EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(276, 279));
+  EXPECT_EQ(RowsOf(kBarColumn, kBarGreen), (std::vector<int32_t>{95, 191, 287, 383, 479}));
+  settings.showGlid = false;
   DrawAt(30.0);
   EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(336, 339));
   // A note above the visible end is not drawn at all.
@@ -29,11 +34,10 @@ TEST_F(FrameRendererTest, NotesSitOnTheirPositionAtHiSpeedOneAndTwo) {
   EXPECT_TRUE(RowsOf(kLane11Column, kNoteRed).empty());
 }
 
-TEST_F(FrameRendererTest, ReverseAccelAndNazoBendTheLane) {
-  Add(0, 12);
-  Add(100, 11);
-  Add(240, 11);
-  Add(476, 12);
+// Reverse, accel and nazo bend the lane; hidden, sudden and stealth limit
+// what shows.
+TEST_F(FrameRendererTest, LaneOptionsMoveAndHideNotes) {
+  Add({{0, 12}, {100, 11}, {240, 11}, {476, 12}});
   settings.reverse = true;
   DrawAt(0.0);
   // The line is at the top: y 380 is drawn from H - y = 100 down.
@@ -49,17 +53,12 @@ TEST_F(FrameRendererTest, ReverseAccelAndNazoBendTheLane) {
   DrawAt(0.0);
   // At the line the lane is full width (x 40-69); a note entering at the
   // top (y 4) comes up from the bottom at y 472, 12 pixels in from each edge.
-  EXPECT_EQ(At(40, 478), kWideOrange);
-  EXPECT_EQ(At(69, 478), kWideOrange);
-  EXPECT_EQ(At(52, 470), kWideOrange);
-  EXPECT_EQ(At(57, 470), kWideOrange);
-  EXPECT_EQ(At(51, 470), kBlack);
-  EXPECT_EQ(At(58, 470), kBlack);
-}
+  EXPECT_EQ(At({{40, 478}, {69, 478}, {52, 470}, {57, 470}}), Each(4, kWideOrange));
+  EXPECT_EQ(At({{51, 470}, {58, 470}}), Each(2, kBlack));
 
-TEST_F(FrameRendererTest, HiddenSuddenAndStealthLimits) {
-  Add(119, 12);
-  Add(120, 11);
+  chart->objectCount = 0;
+  Add({{119, 12}, {120, 11}});
+  settings.nazo = false;
   settings.hidden = true;
   DrawAt(0.0);
   // 120 pixels above the line is drawn, 119 is not.
@@ -67,8 +66,7 @@ TEST_F(FrameRendererTest, HiddenSuddenAndStealthLimits) {
   EXPECT_TRUE(RowsOf(kLane12Column, kWideOrange).empty());
 
   chart->objectCount = 0;
-  Add(124, 11);
-  Add(125, 12);
+  Add({{124, 11}, {125, 12}});
   settings.hidden = false;
   settings.sudden = true;
   DrawAt(0.0);
@@ -76,9 +74,7 @@ TEST_F(FrameRendererTest, HiddenSuddenAndStealthLimits) {
   EXPECT_TRUE(RowsOf(kLane12Column, kWideOrange).empty());
 
   chart->objectCount = 0;
-  Add(48, kChannelBarLine);
-  Add(96, 11);
-  Add(144, 17);
+  Add({{48, kChannelBarLine}, {96, 11}, {144, 17}});
   settings.sudden = false;
   settings.stealth = true;
   DrawAt(0.0);
@@ -87,40 +83,8 @@ TEST_F(FrameRendererTest, HiddenSuddenAndStealthLimits) {
   EXPECT_EQ(RowsOf(kLane17Column, kFreeBlue), Span(332, 335));
 }
 
-TEST_F(FrameRendererTest, GridKeepsFortyEightUnitsApart) {
-  settings.showGlid = true;
-  DrawAt(0.0);
-  std::vector<int32_t> expected;
-  for (int32_t y = 479; y > 0; y -= 48) expected.insert(expected.begin(), y);
-  EXPECT_EQ(RowsOf(kBarColumn, kBarGreen), expected);
-  settings.hiSpeed = 2.0f;
-  DrawAt(0.0);
-  EXPECT_EQ(RowsOf(kBarColumn, kBarGreen), (std::vector<int32_t>{95, 191, 287, 383, 479}));
-}
-
-TEST_F(FrameRendererTest, GaugeBarAndPercentage) {
-  settings.showGauge = true;
-  engine.scores().players[0].displayedGauge = 50.0f;
-  DrawAt(0.0);
-  // The gauge is centred on the 120-pixel side: x = (120 - 100) / 2 = 10.
-  EXPECT_EQ(At(10, 442), kFontZero);
-  EXPECT_EQ(At(15, 442), kFontFive);
-  EXPECT_EQ(At(20, 446), kFontZero);
-  EXPECT_EQ(At(25, 444), kFontPercent);
-  // Full up to 50 less a flicker of at most 5 pixels, the end column at 59,
-  // the rest of the 99-pixel strip empty.
-  for (int32_t x = 10; x < 55; ++x) EXPECT_EQ(At(x, 434), kGaugeFull) << x;
-  EXPECT_EQ(At(59, 430), kGaugeFull);
-  for (int32_t x = 60; x < 109; ++x) EXPECT_EQ(At(x, 438), kGaugeEmpty) << x;
-  EXPECT_EQ(At(109, 434), kBlack);
-  EXPECT_EQ(At(9, 434), kBlack);
-
-  settings.showGauge = false;
-  DrawAt(0.0);
-  EXPECT_EQ(At(10, 434), kBlack);
-}
-
-TEST_F(FrameRendererTest, JudgementAndComboLineUpOnTheSide) {
+// Judgements and combo line up on the side; a pending note is missed.
+TEST_F(FrameRendererTest, JudgementComboAndMissWhenDrawing) {
   settings.userPlay = true;
   PlayerScore& score = engine.scores().players[0];
   score.lastJudgement = kJudgeGreat;
@@ -132,9 +96,7 @@ TEST_F(FrameRendererTest, JudgementAndComboLineUpOnTheSide) {
   DrawAt(70.0);
   // left = (120 - 20 - 2 x 6) / 2 = 44, top = 480 - 64.
   EXPECT_EQ(RowsOf(50, kGreatYellow), Span(416, 423));
-  EXPECT_EQ(At(44, 416), kGreatYellow);
-  EXPECT_EQ(At(63, 423), kGreatYellow);
-  EXPECT_EQ(At(43, 416), kBlack);
+  EXPECT_EQ(At({{44, 416}, {63, 423}, {43, 416}}), (std::vector<Colour>{kGreatYellow, kGreatYellow, kBlack}));
   // The digits follow, each lifted by the wave 3 sin(70/24 x 180 + 60 k).
   EXPECT_EQ(RowsOf(66, DigitColour(1)), Span(415, 422));
   EXPECT_EQ(RowsOf(72, DigitColour(2)), Span(418, 425));
@@ -154,18 +116,14 @@ TEST_F(FrameRendererTest, JudgementAndComboLineUpOnTheSide) {
   DrawAt(74.0);
   EXPECT_EQ(score.lastJudgement, kNoJudgement);
   EXPECT_EQ(At(50, 418), kBlack);
-}
 
-TEST_F(FrameRendererTest, PendingNoteIsMissedEighteenUnitsLate) {
-  settings.userPlay = true;
+  // Drawing misses a pending note 18 units late.
   Add(100, 11);
-  DrawAt(61.0);
-  EXPECT_EQ(engine.state().lanePendingNote[0], 0);
   DrawAt(117.9);
-  EXPECT_EQ(engine.scores().players[0].poor, 0);
+  EXPECT_EQ(score.poor, 0);
   EXPECT_EQ(engine.state().lanePendingNote[0], 0);
   DrawAt(118.0);
-  EXPECT_EQ(engine.scores().players[0].poor, 1);
+  EXPECT_EQ(score.poor, 1);
   EXPECT_EQ(engine.state().lanePendingNote[0], kNoPendingNote);
 }
 
@@ -173,27 +131,19 @@ TEST_F(FrameRendererTest, RecordMarksInTheirOwnColour) {
   settings.showRec = true;
   engine.record().Assign({PlayRecordEntry{0, 100, RgbColour(255, 128, 0), 11, 1, 0}}, 1);
   DrawAt(0.0);
-  const Colour orange = Rgb(255, 128, 0);
-  EXPECT_EQ(At(0, 376), orange);
-  EXPECT_EQ(At(9, 379), orange);
-  EXPECT_EQ(At(5, 376), orange);
-  EXPECT_EQ(At(5, 377), kBlack);
-  EXPECT_EQ(At(10, 376), kBlack);
+  EXPECT_EQ(At({{0, 376}, {9, 379}, {5, 376}}), Each(3, Rgb(255, 128, 0)));
+  EXPECT_EQ(At({{5, 377}, {10, 376}}), Each(2, kBlack));
   DrawAt(101.0);  // passed
   EXPECT_EQ(At(0, 480 - 1), kBlack);
 }
 
 TEST_F(FrameRendererTest, BgaComposesBaseLayerAndMissPictures) {
-  QImage base(64, 64, QImage::Format_RGB32);
-  base.fill(QColor(10, 200, 10));
-  QImage layer(64, 64, QImage::Format_RGB32);
-  layer.fill(Qt::black);
+  QImage layer = Filled(64, 64, Qt::black);
   layer.setPixel(32, 32, qRgb(255, 255, 255));
-  QImage poor(64, 64, QImage::Format_RGB32);
-  poor.fill(QColor(200, 10, 10));
-  for (auto [slot, image] : {std::pair{1, &base}, std::pair{2, &layer}, std::pair{3, &poor}}) {
+  for (const auto& [slot, image] : {std::pair{1, Filled(64, 64, QColor(10, 200, 10))}, std::pair{2, layer},
+                                    std::pair{3, Filled(64, 64, QColor(200, 10, 10))}}) {
     const std::string path = folder.Path("bga" + std::to_string(slot) + ".png");
-    ASSERT_TRUE(image->save(QString::fromStdString(path)));
+    ASSERT_TRUE(image.save(QString::fromStdString(path)));
     ASSERT_TRUE(media.LoadPicture(slot, path, true).loaded);
     chart->pictureRect[static_cast<size_t>(slot)] = PictureRect{0, 0, 64, 64};
   }
@@ -202,15 +152,12 @@ TEST_F(FrameRendererTest, BgaComposesBaseLayerAndMissPictures) {
   engine.state().pictureChanged = true;
   DrawAt(0.0);
   // Centred in the 256 square: x 96-159, y 0-63; the layer's black is clear.
-  EXPECT_EQ(At(100, 10), Rgb(10, 200, 10));
-  EXPECT_EQ(At(96 + 32, 32), kWhite);
-  EXPECT_EQ(At(95, 10), kBlack);
+  EXPECT_EQ(At({{100, 10}, {96 + 32, 32}, {95, 10}}), (std::vector<Colour>{Rgb(10, 200, 10), kWhite, kBlack}));
   EXPECT_FALSE(engine.state().pictureChanged);
   engine.scores().missFlag = true;
   engine.state().missPicture = 3;
   DrawAt(0.0);
-  EXPECT_EQ(At(100, 10), Rgb(200, 10, 10));
-  EXPECT_EQ(At(96 + 32, 32), Rgb(200, 10, 10));
+  EXPECT_EQ(At({{100, 10}, {96 + 32, 32}}), Each(2, Rgb(200, 10, 10)));
   settings.showBga = false;
   DrawAt(0.0);
   EXPECT_EQ(At(100, 10), kBlack);
@@ -231,30 +178,38 @@ TEST_F(FrameRendererTest, SoundPanelAndOverviewShowPlayingSlots) {
   engine.state().currentPosition = 0.0;
   panelRenderer.DrawFrame(0);
   // Slot 11 is the cell at (16, 16): an 8-pixel bar along its foot.
-  EXPECT_EQ(At(20, 29), kSoundPanelLabelColour);
-  EXPECT_EQ(At(23, 30), kSoundPanelLabelColour);
-  EXPECT_EQ(At(26, 29), kBlack);
-  EXPECT_EQ(At(16, 20), kSoundPanelGridColour);
+  EXPECT_EQ(At({{20, 29}, {23, 30}, {26, 29}, {16, 20}}),
+            (std::vector<Colour>{kSoundPanelLabelColour, kSoundPanelLabelColour, kBlack, kSoundPanelGridColour}));
 
   SoundOverview overview;
   overview.barWidth.fill(-1.0);
   overview.barWidth[0] = 16.0;
   panelRenderer.DrawSoundOverview(overview);
-  EXPECT_EQ(At(8, 13), kSoundPanelLabelColour);
-  EXPECT_EQ(At(24, 29), kBlack);
+  EXPECT_EQ(At({{8, 13}, {24, 29}}), (std::vector<Colour>{kSoundPanelLabelColour, kBlack}));
 }
 
-TEST_F(FrameRendererTest, MessageLastsOneSecondAndFramesArePresented) {
+TEST_F(FrameRendererTest, GaugeAndMessageOverlaysAndThePresentedFrame) {
+  settings.showGauge = true;
+  engine.scores().players[0].displayedGauge = 50.0f;
+  DrawAt(0.0);
+  // The gauge is centred on the 120-pixel side: x = (120 - 100) / 2 = 10.
+  EXPECT_EQ(At({{10, 442}, {15, 442}, {20, 446}, {25, 444}}),
+            (std::vector<Colour>{kFontZero, kFontFive, kFontZero, kFontPercent}));
+  // Full up to 50 less a flicker of at most 5 pixels, the end column at 59,
+  // the rest of the 99-pixel strip empty.
+  for (int32_t x = 10; x < 55; ++x) EXPECT_EQ(At(x, 434), kGaugeFull) << x;
+  EXPECT_EQ(At(59, 430), kGaugeFull);
+  for (int32_t x = 60; x < 109; ++x) EXPECT_EQ(At(x, 438), kGaugeEmpty) << x;
+  EXPECT_EQ(At({{109, 434}, {9, 434}}), Each(2, kBlack));
+  settings.showGauge = false;
+  DrawAt(0.0);
+  EXPECT_EQ(At(10, 434), kBlack);
+
+  // A message lasts one second.
   Surface target(kWidth * 2, kHeight * 2);
   SurfacePresenter presenter(target);
   renderer.SetPresenter(&presenter);
-  auto count = [this](Colour colour) {
-    int pixels = 0;
-    for (int32_t y = 0; y < 20; ++y) {
-      for (int32_t x = 0; x < kWidth; ++x) pixels += At(x, y) == colour ? 1 : 0;
-    }
-    return pixels;
-  };
+  auto count = [this](Colour colour) { return CountPixels(*media.back(), colour, kWidth, 20); };
   renderer.ShowMessage("HiSpeed: 2 (1:Down/2:Up)");
   Add(100, 11);
   DrawAt(0.0);
@@ -269,17 +224,11 @@ TEST_F(FrameRendererTest, MessageLastsOneSecondAndFramesArePresented) {
 }
 
 TEST_F(FrameRendererTest, GarbageLayoutAndExtremeOptionsDrawWithoutFault) {
-  LoadRect(folder.Write("garbage.vrd", TestLayoutText() + "#KEY12 04,-1000000,3\r\n"
-                                                          "#OBJ04 0,0,-30,-4\r\n"
-                                                          "#GREAT 0,0,-20,1000000\r\n"
-                                                          "#NUM 0,0,-6,-8\r\n"
-                                                          "#FGREAT 0,0,1000000,1000000,1024\r\n"),
-           layout, layoutContext);
-  settings.userPlay = true;
-  settings.showGauge = true;
-  settings.showGlid = true;
-  settings.showVLine = true;
-  settings.polMode = true;
+  const std::string garbage =
+      "#KEY12 04,-1000000,3\r\n#OBJ04 0,0,-30,-4\r\n#GREAT 0,0,-20,1000000\r\n#NUM 0,0,-6,-8\r\n"
+      "#FGREAT 0,0,1000000,1000000,1024\r\n";
+  LoadRect(folder.Write("garbage.vrd", TestLayoutText() + garbage), layout, layoutContext);
+  settings.userPlay = settings.showGauge = settings.showGlid = settings.showVLine = settings.polMode = true;
   for (int32_t i = 0; i < 40; ++i) Add(i * 30, i % 2 == 0 ? 11 : 12);
   PlayerScore& score = engine.scores().players[0];
   score.combo = 1234567890;
@@ -292,9 +241,7 @@ TEST_F(FrameRendererTest, GarbageLayoutAndExtremeOptionsDrawWithoutFault) {
     for (int32_t kind : {kJudgeGreat, kJudgeFGreat}) {
       score.lastJudgement = kind;
       score.lastJudgementTick = clock.TickCount();
-      DrawAt(-1e12);
-      DrawAt(600.0);
-      DrawAt(1e15);
+      for (double cur : {-1e12, 600.0, 1e15}) DrawAt(cur);
     }
   }
   // The sane lane is drawn where it belongs all the same.

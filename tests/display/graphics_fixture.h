@@ -8,12 +8,7 @@
 #include <QImage>
 #include <QPainter>
 
-#include <unistd.h>
-
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,6 +23,28 @@
 namespace vremo::testing {
 
 inline QColor ToQColor(Colour colour) { return QColor::fromRgb(colour); }
+
+inline QImage Filled(int width, int height, QColor colour) {
+  QImage image(width, height, QImage::Format_RGB32);
+  image.fill(colour);
+  return image;
+}
+
+inline std::vector<Colour> Pixels(const Surface& surface, std::initializer_list<std::pair<int32_t, int32_t>> points) {
+  std::vector<Colour> colours;
+  for (const auto& [x, y] : points) colours.push_back(surface.Pixel(x, y));
+  return colours;
+}
+inline std::vector<Colour> Each(size_t count, Colour colour) { return std::vector<Colour>(count, colour); }
+
+// Pixels of `colour` in the top left width x height of `surface`.
+inline int CountPixels(const Surface& surface, Colour colour, int32_t width, int32_t height) {
+  int pixels = 0;
+  for (int32_t y = 0; y < height; ++y) {
+    for (int32_t x = 0; x < width; ++x) pixels += surface.Pixel(x, y) == colour ? 1 : 0;
+  }
+  return pixels;
+}
 
 // Plain colours of the test skin; none is black, so all of them show.
 inline constexpr Colour kNoteRed = Rgb(200, 0, 0);
@@ -49,8 +66,7 @@ inline Colour DigitColour(int digit) { return Rgb(100 + static_cast<uint32_t>(di
 // Digits 6 x 8. Gauge strips and three font cells where the layout rules
 // expect them.
 inline QImage TestSkin() {
-  QImage skin(128, 160, QImage::Format_RGB32);
-  skin.fill(Qt::black);
+  QImage skin = Filled(128, 160, Qt::black);
   QPainter painter(&skin);
   painter.fillRect(QRect(0, 0, 10, 4), ToQColor(kNoteRed));
   painter.fillRect(QRect(0, 10, 120, 1), ToQColor(kBarGreen));
@@ -71,27 +87,14 @@ inline QImage TestSkin() {
 // Side 1 only: lane 11 red at x 0, lane 12 orange (wide) at x 40, lane 17
 // blue at x 80, the bar line 120 wide from x 0.
 inline std::string TestLayoutText() {
-  return "#FILE skin.png\r\n"
-         "#OBJ01 0,0,10,4\r\n"
-         "#OBJ02 0,10,120,1\r\n"
-         "#OBJ03 0,20,10,4\r\n"
-         "#OBJ04 20,20,30,4\r\n"
-         "#KEY10 02,0,0\r\n"
-         "#KEY11 01,0,0\r\n"
-         "#KEY12 04,40,0\r\n"
-         "#KEY17 03,80,0\r\n"
-         "#GREAT 0,30,20,8\r\n"
-         "#FGREAT 30,30,20,8,2\r\n"
-         "#NUM 0,50,6,8\r\n"
-         "#BGA 0,0,256,256\r\n";
+  std::string text;
+  for (const char* line : {"#FILE skin.png", "#OBJ01 0,0,10,4", "#OBJ02 0,10,120,1", "#OBJ03 0,20,10,4",
+                           "#OBJ04 20,20,30,4", "#KEY10 02,0,0", "#KEY11 01,0,0", "#KEY12 04,40,0", "#KEY17 03,80,0",
+                           "#GREAT 0,30,20,8", "#FGREAT 30,30,20,8,2", "#NUM 0,50,6,8", "#BGA 0,0,256,256"}) {
+    text += std::string(line) + "\r\n";
+  }
+  return text;
 }
-
-class QuietSink : public LogSink {
- public:
-  void AppendLine(std::string_view) override {}
-  void ReplaceText(std::string_view) override {}
-  void CaptionChanged(std::string_view, std::string_view) override {}
-};
 
 // A 200 x 480 drawing area with the test layout, a chart filled by hand
 // (side 1 used) and a renderer over a play engine on a virtual clock.
@@ -123,12 +126,18 @@ class RenderFixture : public ::testing::Test {
     object.channel = channel;
     object.value = value;
   }
+  void Add(std::initializer_list<std::pair<int32_t, int32_t>> notes) {
+    for (const auto& [y, channel] : notes) Add(y, channel);
+  }
   // Draws the frame at `cur` with every object visible.
   void DrawAt(double cur) {
     engine.state().currentPosition = cur;
     renderer.DrawFrame(0);
   }
   Colour At(int32_t x, int32_t y) const { return media.back()->Pixel(x, y); }
+  std::vector<Colour> At(std::initializer_list<std::pair<int32_t, int32_t>> points) const {
+    return Pixels(*media.back(), points);
+  }
   // The rows of column x that have `colour`, top to bottom.
   std::vector<int32_t> RowsOf(int32_t x, Colour colour) const {
     std::vector<int32_t> rows;

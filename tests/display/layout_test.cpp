@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+
 #include "display/display_size.h"
 #include "tests/display/graphics_fixture.h"
 
@@ -23,6 +25,10 @@ class LayoutTest : public ::testing::Test {
     LoadRect(folder.Write(name, text), layout, context);
   }
   Colour Guide(int32_t x, int32_t y) const { return media.guide()->Pixel(x, y); }
+  std::array<int32_t, 3> Lane(int index) const {
+    const LaneEntry& lane = layout.lanes[static_cast<size_t>(index)];
+    return {lane.image, lane.x, lane.style};
+  }
 
   TempFolder folder;
   MemoryLogSink sink;
@@ -32,25 +38,16 @@ class LayoutTest : public ::testing::Test {
   LayoutContext context{log, media, {true, true}, {}};
 };
 
-TEST_F(LayoutTest, ReadsEveryKeyWhateverItsCase) {
+TEST_F(LayoutTest, ReadsEveryKeyWhateverItsCaseAndFixedParts) {
   Load(
-      "#bga 1,2,3,4\r\n"
-      "#Key11 5,40,1\r\n"
-      "#obj05 10,20,30,8\r\n"
-      "#POOR 1,2,3,4\r\n"
-      "#bad 5,6,7,8\r\n"
-      "#GOOD 9,10,11,12\r\n"
-      "#GREAT 13,14,15,16\r\n"
-      "#FGREAT 100,50,40,10,3\r\n"
-      "#NUM 0,50,6.5,8\r\n");
+      "#bga 1,2,3,4\r\n#Key11 5,40,1\r\n#obj05 10,20,30,8\r\n#POOR 1,2,3,4\r\n#bad 5,6,7,8\r\n"
+      "#GOOD 9,10,11,12\r\n#GREAT 13,14,15,16\r\n#FGREAT 100,50,40,10,3\r\n#NUM 0,50,6.5,8\r\n");
   EXPECT_EQ(sink.lines, (std::vector<std::string>{"LoadRect -----", "  Loading rectfile...", "  Setting fonts...",
                                                   "  Making VLine...", "loadrect complete."}));
   EXPECT_TRUE(layout.bgaShown);
   EXPECT_EQ(layout.bga.x, 1);
   EXPECT_EQ(layout.bga.height, 4);
-  EXPECT_EQ(layout.lanes[11].image, 5);
-  EXPECT_EQ(layout.lanes[11].x, 40);
-  EXPECT_EQ(layout.lanes[11].style, 1);
+  EXPECT_EQ(Lane(11), (std::array{5, 40, 1}));
   EXPECT_EQ(layout.images[5].source, (Rect{10, 20, 40, 28}));
   EXPECT_EQ(layout.images[5].offsetY, -8);
   EXPECT_EQ(layout.images[5].width, 30);
@@ -69,10 +66,7 @@ TEST_F(LayoutTest, ReadsEveryKeyWhateverItsCase) {
   Load("#FGREAT 0,0,10,10,0\r\n");
   EXPECT_TRUE(layout.fGreatFrames.empty());
   EXPECT_FALSE(layout.bgaShown);
-}
-
-TEST_F(LayoutTest, FontTableAndGaugeStrips) {
-  Load("");
+  // The font table and gauge strips are fixed.
   EXPECT_EQ(*layout.Glyph('!'), (Rect{0, 122, 3, 127}));
   EXPECT_EQ(*layout.Glyph('0'), (Rect{45, 122, 48, 127}));
   EXPECT_EQ(*layout.Glyph('A'), (Rect{0, 127, 3, 132}));
@@ -85,31 +79,19 @@ TEST_F(LayoutTest, FontTableAndGaugeStrips) {
 }
 
 TEST_F(LayoutTest, GuideStylesAndTheRedFootOfLaneEleven) {
-  Load(
-      "#OBJ01 0,0,10,4\r\n"
-      "#OBJ02 0,0,30,10\r\n"
-      "#KEY11 01,20,1\r\n"
-      "#KEY12 01,50,2\r\n"
-      "#KEY21 02,100,3\r\n");
+  Load("#OBJ01 0,0,10,4\r\n#OBJ02 0,0,30,10\r\n#KEY11 01,20,1\r\n#KEY12 01,50,2\r\n#KEY21 02,100,3\r\n");
   ASSERT_NE(media.guide(), nullptr);
   EXPECT_EQ(media.guide()->width(), 200);
   EXPECT_EQ(media.guide()->height(), 100);
   // Style 1: the column left of the lane; style 2: the lane's last column.
-  EXPECT_EQ(Guide(19, 0), kGuideLineColour);
-  EXPECT_EQ(Guide(19, 99), kGuideLineColour);
-  EXPECT_EQ(Guide(20, 50), kBlack);
-  EXPECT_EQ(Guide(59, 50), kGuideLineColour);
-  // Style 3 on side 2: outline, hatch, and a red foot as high as lane 11's
-  // note (4), not its own (10).
-  EXPECT_EQ(Guide(100, 50), kGuideLineColour);
-  EXPECT_EQ(Guide(129, 50), kGuideLineColour);
-  EXPECT_EQ(Guide(104, 0), kGuideLineColour);
-  EXPECT_EQ(Guide(104, 8), kGuideHatchColour);  // x + y is a multiple of 8
-  EXPECT_EQ(Guide(105, 8), kBlack);
-  EXPECT_EQ(Guide(105, 95), kGuideHatchColour);
-  EXPECT_EQ(Guide(105, 96), kGuideFootColour);
-  EXPECT_EQ(Guide(110, 99), kGuideFootColour);
-  EXPECT_EQ(Guide(128, 97), kGuideFootColour);
+  EXPECT_EQ(Pixels(*media.guide(), {{19, 0}, {19, 99}, {20, 50}, {59, 50}}),
+            (std::vector<Colour>{kGuideLineColour, kGuideLineColour, kBlack, kGuideLineColour}));
+  // Style 3 on side 2: outline, hatch where x + y is a multiple of 8, and a
+  // red foot as high as lane 11's note (4), not its own (10).
+  EXPECT_EQ(Pixels(*media.guide(), {{100, 50}, {129, 50}, {104, 0}}), Each(3, kGuideLineColour));
+  EXPECT_EQ(Pixels(*media.guide(), {{104, 8}, {105, 8}, {105, 95}}),
+            (std::vector<Colour>{kGuideHatchColour, kBlack, kGuideHatchColour}));
+  EXPECT_EQ(Pixels(*media.guide(), {{105, 96}, {110, 99}, {128, 97}}), Each(3, kGuideFootColour));
   EXPECT_NE(Guide(129, 97), kGuideFootColour);
 
   // A side that is off gets no lines.
@@ -119,10 +101,8 @@ TEST_F(LayoutTest, GuideStylesAndTheRedFootOfLaneEleven) {
 }
 
 TEST_F(LayoutTest, SkinFileIsFoundBesideTheLayout) {
-  QImage skin(32, 16, QImage::Format_RGB32);
-  skin.fill(QColor(1, 2, 3));
   std::filesystem::create_directories(folder.Path("skins"));
-  ASSERT_TRUE(skin.save(QString::fromStdString(folder.Path("skins/Skin.PNG"))));
+  ASSERT_TRUE(Filled(32, 16, QColor(1, 2, 3)).save(QString::fromStdString(folder.Path("skins/Skin.PNG"))));
   const std::string elsewhere = folder.Path("elsewhere");
   std::filesystem::create_directories(elsewhere);
   const std::filesystem::path before = std::filesystem::current_path();
@@ -148,20 +128,16 @@ TEST_F(LayoutTest, KeptValuesMissingFilesAndFilesWithoutLines) {
   EXPECT_EQ(Guide(19, 0), kGuideLineColour);
   EXPECT_EQ(layout.gaugeStrips[1], (Rect{0, 112, 99, 121}));
 
-  sink.lines.clear();
-  LoadRect(folder.Path("nothing.vrd"), layout, context);
-  EXPECT_EQ(sink.lines, (std::vector<std::string>{"LoadRect -----", "Err[not exist] :nothing.vrd"}));
-  EXPECT_EQ(layout.lanes[11].x, 20);
-  EXPECT_FALSE(layout.loading);
-
-  // A FIFO or an endless device is refused at once, like a missing file.
+  // A missing file, a FIFO or an endless device is refused at once and the
+  // layout kept.
   const std::string fifo = folder.Path("fifo.vrd");
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-  for (const std::string& path : {fifo, std::string("/dev/zero")}) {
+  for (const auto& [path, error] :
+       {std::pair{folder.Path("nothing.vrd"), "Err[not exist] :nothing.vrd"},
+        std::pair{fifo, "Err[not a file] :fifo.vrd"}, std::pair{std::string("/dev/zero"), "Err[not a file] :zero"}}) {
     sink.lines.clear();
     LoadRect(path, layout, context);
-    const std::string name = path.substr(path.rfind('/') + 1);
-    EXPECT_EQ(sink.lines, (std::vector<std::string>{"LoadRect -----", "Err[not a file] :" + name}));
+    EXPECT_EQ(sink.lines, (std::vector<std::string>{"LoadRect -----", error}));
     EXPECT_EQ(layout.lanes[11].x, 20);
     EXPECT_FALSE(layout.loading);
   }
@@ -172,31 +148,18 @@ TEST_F(LayoutTest, GarbageNumbersAndHugeLinesAreSkipped) {
   std::string huge = "#BGA ";
   huge.append(1 << 20, '9');
   Load(huge + "\r\n" + std::string(1 << 20, ',') +
-       "\r\n"
-       "#BGA abc,12x,,-5\r\n"
-       "#KEY11 01,20,99999999\r\n"
-       "#KEY1  3,4,5\r\n"
-       "#KEY-5 3,4,5\r\n"
-       "#OBJ01 99999999999,zz,7\r\n"
-       "#KEY13 2000000,-2000000,3\r\n"
-       "#FGREAT 0,0,10,10,5000\r\n"
-       "#NUM\r\n"
-       "#\r\n"
+       "\r\n#BGA abc,12x,,-5\r\n#KEY11 01,20,99999999\r\n#KEY1  3,4,5\r\n#KEY-5 3,4,5\r\n"
+       "#OBJ01 99999999999,zz,7\r\n#KEY13 2000000,-2000000,3\r\n#FGREAT 0,0,10,10,5000\r\n#NUM\r\n#\r\n"
        "#KEY12 02,60,2");
   // Whatever does not convert leaves its field alone; a missing field is 0.
-  EXPECT_EQ(layout.bga.x, 0);
-  EXPECT_EQ(layout.bga.y, 12);
-  EXPECT_EQ(layout.bga.width, 0);
-  EXPECT_EQ(layout.bga.height, -5);
-  EXPECT_EQ(layout.lanes[11].style, 1);
+  EXPECT_EQ((std::array{layout.bga.x, layout.bga.y, layout.bga.width, layout.bga.height}), (std::array{0, 12, 0, -5}));
+  EXPECT_EQ(Lane(11), (std::array{1, 20, 1}));
   EXPECT_EQ(layout.lanes[1].image, 3);
   EXPECT_EQ(layout.images[1].source.left, 5);
   EXPECT_EQ(layout.images[1].source.top, 0);
   EXPECT_EQ(layout.images[1].height, 0);
   // Numbers past a million pixels count as garbage too.
-  EXPECT_EQ(layout.lanes[13].image, 0);
-  EXPECT_EQ(layout.lanes[13].x, 0);
-  EXPECT_EQ(layout.lanes[13].style, 3);
+  EXPECT_EQ(Lane(13), (std::array{0, 0, 3}));
   EXPECT_EQ(static_cast<int32_t>(layout.fGreatFrames.size()), kMaxFGreatFrames);
   EXPECT_EQ(layout.digitWidth, 0);
   // The last line, with no line end after it, is still read.

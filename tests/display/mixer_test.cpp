@@ -55,6 +55,7 @@ TEST(MixerTest, TheLookAheadDelaysTheOutputByAMillisecond) {
   EXPECT_EQ(Mixer(48000).latencyFrames(), 48);
   const auto sound = ConstantSound(10, 0.5f);
   Mixer mixer(kRate);
+  EXPECT_EQ(NonZeroFrames(Render(mixer, 3000)), 0) << "silent without voices";
   mixer.Apply(Start(0, *sound));
   const auto out = Render(mixer, 100);
   EXPECT_EQ(out[2 * 43], 0.0f);
@@ -63,54 +64,36 @@ TEST(MixerTest, TheLookAheadDelaysTheOutputByAMillisecond) {
   EXPECT_EQ(out[2 * 54], 0.0f);
 }
 
-TEST(MixerTest, SilentWithoutVoices) {
-  Mixer mixer(kRate);
-  const auto out = Render(mixer, 3000);
-  EXPECT_EQ(NonZeroFrames(out), 0);
-}
-
 TEST(MixerTest, AVoiceAtTheOutputRatePlaysItsFramesWithHeadroom) {
-  std::vector<float> stereo;
-  for (int i = 0; i < 100; ++i) {
-    stereo.push_back(0.01f * i);
-    stereo.push_back(-0.005f * i);
-  }
+  std::vector<float> stereo;  // 100 frames of two ramps
+  for (int i = 0; i < 200; ++i) stereo.push_back(i % 2 == 0 ? 0.01f * (i / 2) : -0.005f * (i / 2));
   const auto sound = MakeSound(stereo, kRate);
   Mixer mixer(kRate);
   mixer.Apply(Start(3, *sound));
   EXPECT_TRUE(mixer.IsSounding(3));
   const auto out = RenderHeard(mixer, 150);
-  for (int i = 0; i < 100; ++i) {
-    EXPECT_FLOAT_EQ(out[2 * i], stereo[2 * i] * kMixHeadroom);
-    EXPECT_FLOAT_EQ(out[2 * i + 1], stereo[2 * i + 1] * kMixHeadroom);
-  }
-  for (int i = 100; i < 150; ++i) EXPECT_EQ(out[2 * i], 0.0f);
+  for (int i = 0; i < 300; ++i) EXPECT_FLOAT_EQ(out[i], i < 200 ? stereo[i] * kMixHeadroom : 0.0f) << i;
   EXPECT_FALSE(mixer.IsSounding(3));
   EXPECT_EQ(mixer.CursorFrames(3), 0);
 }
 
-TEST(MixerTest, ASoundOfAnotherRateIsResampled) {
-  // 22050 Hz played at its own rate at 44100 Hz lasts twice as many frames.
-  const auto sound = ConstantSound(1000, 0.5f, 22050);
+// Another rate is resampled with linear interpolation, also when the rate
+// changes while playing.
+TEST(MixerTest, RatesAreResampledBetweenFrames) {
+  const auto half = ConstantSound(1000, 0.5f, 22050);
   Mixer mixer(kRate);
-  mixer.Apply(Start(0, *sound));
+  mixer.Apply(Start(0, *half));
   EXPECT_EQ(NonZeroFrames(Render(mixer, 5000)), 2000);
-}
 
-TEST(MixerTest, LinearInterpolationBetweenFrames) {
-  const auto sound = MakeSound({0.0f, 0.0f, 0.8f, 0.8f, 0.0f, 0.0f}, kRate);
-  Mixer mixer(kRate);
-  mixer.Apply(Start(0, *sound, kRate / 2.0));
+  const auto peak = MakeSound({0.0f, 0.0f, 0.8f, 0.8f, 0.0f, 0.0f}, kRate);
+  mixer.Apply(Start(0, *peak, kRate / 2.0));
   const auto out = RenderHeard(mixer, 6);
   EXPECT_FLOAT_EQ(out[0], 0.0f);
   EXPECT_FLOAT_EQ(out[2], 0.4f * kMixHeadroom);
   EXPECT_FLOAT_EQ(out[4], 0.8f * kMixHeadroom);
   EXPECT_FLOAT_EQ(out[6], 0.4f * kMixHeadroom);
-}
 
-TEST(MixerTest, RateChangeWhilePlaying) {
   const auto sound = ConstantSound(10000, 0.1f);
-  Mixer mixer(kRate);
   mixer.Apply(Start(1, *sound));
   Render(mixer, 1000);
   mixer.Apply({.kind = MixerCommand::Kind::kSetRate, .slot = 1, .rate = 3.0 * kRate});
@@ -118,42 +101,35 @@ TEST(MixerTest, RateChangeWhilePlaying) {
   EXPECT_EQ(mixer.CursorFrames(1), 4000);
 }
 
-TEST(MixerTest, StopAllSilencesEveryVoice) {
+TEST(MixerTest, StopAllAndMasterVolumeAndInvalidSlots) {
   const auto sound = ConstantSound(10000, 0.1f);
-  Mixer mixer(kRate);
-  for (int slot = 0; slot < kMixerVoices; slot += 5) mixer.Apply(Start(slot, *sound));
-  EXPECT_EQ(mixer.SoundingCount(), 52);
-  mixer.Apply({.kind = MixerCommand::Kind::kStopAll});
-  EXPECT_EQ(mixer.SoundingCount(), 0);
-}
-
-TEST(MixerTest, InvalidSlotsAreIgnored) {
-  const auto sound = ConstantSound(100, 0.1f);
   Mixer mixer(kRate);
   mixer.Apply(Start(-1, *sound));
   mixer.Apply(Start(256, *sound));
   EXPECT_EQ(mixer.SoundingCount(), 0);
   EXPECT_EQ(mixer.CursorFrames(-1), 0);
   EXPECT_EQ(mixer.CursorFrames(999), 0);
-}
+  for (int slot = 0; slot < kMixerVoices; slot += 5) mixer.Apply(Start(slot, *sound));
+  EXPECT_EQ(mixer.SoundingCount(), 52);
+  mixer.Apply({.kind = MixerCommand::Kind::kStopAll});
+  EXPECT_EQ(mixer.SoundingCount(), 0);
 
-TEST(MixerTest, MasterVolumeScalesTheOutput) {
-  const auto sound = ConstantSound(20000, 0.5f);
-  Mixer mixer(kRate);
-  mixer.Apply({.kind = MixerCommand::Kind::kSetMasterVolume, .rate = 0.5});
-  mixer.Apply(Start(0, *sound));
-  const auto out = Render(mixer, 4000);
-  // The change glides over the first block, then holds.
+  // A master volume change glides over the first block, then holds.
+  const auto half = ConstantSound(20000, 0.5f);
+  Mixer master(kRate);
+  master.Apply({.kind = MixerCommand::Kind::kSetMasterVolume, .rate = 0.5});
+  master.Apply(Start(0, *half));
+  const auto out = Render(master, 4000);
   EXPECT_FLOAT_EQ(out[2 * 3000], 0.5f * kMixHeadroom * 0.5f);
 }
 
-// Full-scale voices all in phase: the sum is 256 times full scale.
+// Full-scale voices all in phase: the sum is 256 times full scale. Checks the
+// limiter both where it must act hard and at the onset.
 TEST(MixerTest, TwoHundredFiftySixFullScaleVoicesNeverClipOrCrackle) {
+  constexpr int kFrames = kRate;
   std::vector<float> stereo;
-  constexpr int kFrames = kRate;  // one second
   for (int i = 0; i < kFrames; ++i) {
-    const float s = std::sin(2.0f * static_cast<float>(M_PI) * 220.0f * i / kRate);
-    stereo.push_back(s);
+    stereo.push_back(std::sin(2.0f * static_cast<float>(M_PI) * 220.0f * i / kRate));
     stereo.push_back(i % 2 == 0 ? 1.0f : -1.0f);  // the harshest: full-scale Nyquist on the right
   }
   const auto loud = MakeSound(stereo, kRate);
@@ -171,41 +147,22 @@ TEST(MixerTest, TwoHundredFiftySixFullScaleVoicesNeverClipOrCrackle) {
   }
   EXPECT_LE(peak, kLimiterCeiling + 1e-6f);
   EXPECT_GT(peak, 0.5f) << "limited, not silenced";
-  // Once the gain has come down (the attack: the onset itself is as steep as
-  // 255 voices starting together make it), the left channel is a clean sine:
-  // a 220 Hz sine at full scale moves at most 2 pi 220 / 44100 = 0.031 a
-  // frame, while a hard-clipped one jumps by about 2 at each zero crossing.
+  // After the attack the left channel is a clean sine: at most 2 pi 220 /
+  // 44100 = 0.031 a frame, where a hard-clipped one jumps by about 2. From
+  // the onset on, no sample sits flat at the ceiling the way clipping would.
   float largestLeftStep = 0.0f;
-  for (size_t i = 2 * 220 + 2; i < out.size(); i += 2) {
-    largestLeftStep = std::max(largestLeftStep, std::fabs(out[i] - out[i - 2]));
+  int longestFlat = 0;
+  for (size_t i = 2, flat = 0; i < out.size(); i += 2) {
+    if (i >= 2 * 220 + 2) largestLeftStep = std::max(largestLeftStep, std::fabs(out[i] - out[i - 2]));
+    flat = std::fabs(out[i]) >= kLimiterCeiling - 1e-4f && out[i] == out[i - 2] ? flat + 1 : 0;
+    longestFlat = std::max(longestFlat, static_cast<int>(flat));
   }
   EXPECT_LT(largestLeftStep, 0.035f);
+  EXPECT_LT(longestFlat, 3);
   EXPECT_LT(mixer.limiterGain(), 0.01f);
   // When the loud voices end, the gain recovers smoothly towards 1.
   Render(mixer, kRate / 2);
   EXPECT_GT(mixer.limiterGain(), 0.99f);
-}
-
-TEST(MixerTest, LimiterGainIsSmoothNotHardClipping) {
-  // A step from silence to 20 voices of a sine: the gain glides, so no output
-  // sample sits flat at the ceiling for many frames the way clipping would.
-  std::vector<float> stereo;
-  for (int i = 0; i < kRate; ++i) {
-    const float s = std::sin(2.0f * static_cast<float>(M_PI) * 100.0f * i / kRate);
-    stereo.push_back(s);
-    stereo.push_back(s);
-  }
-  const auto sound = MakeSound(stereo, kRate);
-  Mixer mixer(kRate);
-  for (int slot = 0; slot < 20; ++slot) mixer.Apply(Start(slot, *sound));
-  const auto out = Render(mixer, kRate / 2);
-  int longestFlat = 0;
-  int flat = 0;
-  for (size_t i = 2; i < out.size(); i += 2) {
-    flat = std::fabs(out[i]) >= kLimiterCeiling - 1e-4f && out[i] == out[i - 2] ? flat + 1 : 0;
-    longestFlat = std::max(longestFlat, flat);
-  }
-  EXPECT_LT(longestFlat, 3);
 }
 
 }  // namespace

@@ -5,12 +5,13 @@
 #include <gtest/gtest.h>
 
 #include "display/sound_bank.h"
+#include "display/wav_writer.h"
 #include "tests/display/sound_test_files.h"
 
 namespace vremo {
 namespace {
 
-using test::TempDir;
+using test::TempFolder;
 
 constexpr int32_t kRate = 44100;
 
@@ -34,18 +35,12 @@ int64_t FirstSoundingFrame(const OfflineRenderer& renderer, int64_t from = 0) {
   return -1;
 }
 
-TEST(OfflineRendererTest, FrameAtRoundsTheClockToSamples) {
+TEST(OfflineRendererTest, AClickAtOneSecondStartsAtSample44100Exactly) {
   OfflineRenderer renderer;
   EXPECT_EQ(renderer.sampleRate(), kOfflineSampleRate);
-  EXPECT_EQ(renderer.FrameAt(1000.0), 44100);
-  EXPECT_EQ(renderer.FrameAt(0.0), 0);
   EXPECT_EQ(renderer.FrameAt(-5.0), 0);
   EXPECT_EQ(renderer.FrameAt(0.01), 0);
   EXPECT_EQ(renderer.FrameAt(0.02), 1);
-}
-
-TEST(OfflineRendererTest, AClickAtOneSecondStartsAtSample44100Exactly) {
-  OfflineRenderer renderer;
   renderer.AdvanceTo(990.0);  // the engine's previous pass
   renderer.StartVoice(4, Click(), kRate, 1000.0);
   renderer.AdvanceTo(1016.0);  // the pass that noticed the click, 16 ms later
@@ -54,69 +49,52 @@ TEST(OfflineRendererTest, AClickAtOneSecondStartsAtSample44100Exactly) {
   EXPECT_EQ(FirstSoundingFrame(renderer), 44100);
   EXPECT_FLOAT_EQ(renderer.samples()[44100 * 2], kMixHeadroom);
   EXPECT_EQ(renderer.samples()[44099 * 2], 0.0f);
+  // The WAV file holds the rendered frames.
+  TempFolder dir;
+  ASSERT_TRUE(renderer.WriteWav(dir.Path("out.wav")));
+  const std::vector<uint8_t> expected = EncodeWav16(renderer.samples().data(), renderer.renderedFrames(), kRate);
+  EXPECT_EQ(dir.Read("out.wav"), std::string(expected.begin(), expected.end()));
 }
 
-TEST(OfflineRendererTest, ThroughTheSoundBankToo) {
-  TempDir dir;
-  std::vector<float> click(200, 0.0f);
-  click[0] = click[1] = 0.5f;
-  ASSERT_TRUE(test::WriteSound(dir / "click.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, kRate, 2, click));
-  OfflineRenderer renderer;
-  MixerSoundBank bank(renderer);
-  ASSERT_TRUE(bank.LoadSound(0x0a, dir / "click.wav").loaded);
-  bank.Restart(0x0a, 1000.0);
-  bank.Restart(0x0b, 1000.0);  // empty slot: nothing
-  renderer.AdvanceTo(1016.0);
-  EXPECT_EQ(FirstSoundingFrame(renderer), 44100);
-}
-
-TEST(OfflineRendererTest, StartsQueuedOutOfOrderPlayInTimeOrder) {
+// Starts queued out of order play in time order; an untimed command follows
+// the latest queued time; commands at the target apply before AdvanceTo ends;
+// a late start begins at once where the sound would be.
+TEST(OfflineRendererTest, CommandsTakeEffectInTimeOrder) {
   OfflineRenderer renderer;
   renderer.StartVoice(1, Click(), kRate, 20.0);
   renderer.StartVoice(2, Click(), kRate, 10.0);
   renderer.AdvanceTo(30.0);
   EXPECT_EQ(FirstSoundingFrame(renderer), 441);
   EXPECT_EQ(FirstSoundingFrame(renderer, 442), 882);
-}
-
-TEST(OfflineRendererTest, ALateStartBeginsAtOnceWhereTheSoundWouldBe) {
-  auto ramp = std::make_shared<SoundData>();
-  ramp->frames = 10000;
-  for (int i = 0; i <= 10000; ++i) {
-    const float v = i < 10000 ? i / 20000.0f : 0.0f;
-    ramp->samples.push_back(v);
-    ramp->samples.push_back(v);
-  }
-  ramp->sampleRate = kRate;
-  OfflineRenderer renderer;
-  renderer.AdvanceTo(100.0);                  // 4410 frames already mixed
-  renderer.StartVoice(0, ramp, kRate, 90.0);  // belongs 441 frames back
-  renderer.AdvanceTo(110.0);
-  EXPECT_EQ(renderer.samples()[4409 * 2], 0.0f) << "the past is not rewritten";
-  EXPECT_FLOAT_EQ(renderer.samples()[4410 * 2], 441 / 20000.0f * kMixHeadroom);
-}
-
-TEST(OfflineRendererTest, UntimedCommandsFollowTheLatestQueuedTime) {
-  OfflineRenderer renderer;
-  renderer.StartVoice(1, Click(kRate), kRate, 100.0);
-  renderer.StopVoice(1);  // at 100 ms, after the start: slot 1 never sounds
-  renderer.StartVoice(2, Click(kRate), kRate, 50.0);
-  renderer.AdvanceTo(200.0);
-  EXPECT_EQ(FirstSoundingFrame(renderer), 2205);
-  EXPECT_EQ(FirstSoundingFrame(renderer, 2206), -1);
-  EXPECT_FALSE(renderer.VoiceCursorFrames(1));
-  EXPECT_EQ(renderer.VoiceCursorFrames(2), 8820 - 2205);
-}
-
-TEST(OfflineRendererTest, CommandsAtTheTargetTakeEffectBeforeAdvanceReturns) {
-  OfflineRenderer renderer;
-  renderer.StartVoice(1, Click(kRate), kRate, 100.0);
+  renderer.StartVoice(3, Click(kRate), kRate, 100.0);
   renderer.AdvanceTo(100.0);
   EXPECT_EQ(renderer.mixedFrames(), 4410);
   EXPECT_TRUE(renderer.AnySounding());
-  EXPECT_EQ(renderer.VoiceCursorFrames(1), 0);
+  EXPECT_EQ(renderer.VoiceCursorFrames(3), 0);
   renderer.AdvanceTo(110.0);
-  EXPECT_EQ(renderer.VoiceCursorFrames(1), 441);
+  EXPECT_EQ(renderer.VoiceCursorFrames(3), 441);
+
+  OfflineRenderer untimed;
+  untimed.StartVoice(1, Click(kRate), kRate, 100.0);
+  untimed.StopVoice(1);  // at 100 ms, after the start: slot 1 never sounds
+  untimed.StartVoice(2, Click(kRate), kRate, 50.0);
+  untimed.AdvanceTo(200.0);
+  EXPECT_EQ(FirstSoundingFrame(untimed), 2205);
+  EXPECT_EQ(FirstSoundingFrame(untimed, 2206), -1);
+  EXPECT_FALSE(untimed.VoiceCursorFrames(1));
+  EXPECT_EQ(untimed.VoiceCursorFrames(2), 8820 - 2205);
+
+  auto ramp = std::make_shared<SoundData>();
+  ramp->frames = 10000;
+  ramp->samples.resize(2 * 10001, 0.0f);
+  for (int i = 0; i < 2 * 10000; ++i) ramp->samples[i] = (i / 2) / 20000.0f;
+  ramp->sampleRate = kRate;
+  OfflineRenderer late;
+  late.AdvanceTo(100.0);                  // 4410 frames already mixed
+  late.StartVoice(0, ramp, kRate, 90.0);  // belongs 441 frames back
+  late.AdvanceTo(110.0);
+  EXPECT_EQ(late.samples()[4409 * 2], 0.0f) << "the past is not rewritten";
+  EXPECT_FLOAT_EQ(late.samples()[4410 * 2], 441 / 20000.0f * kMixHeadroom);
 }
 
 TEST(OfflineRendererTest, RenderTailRunsUntilSilence) {
@@ -152,26 +130,6 @@ TEST(OfflineRendererTest, AStreamingRenderHandsOnTheSameFramesAndHoldsOneBlock) 
   EXPECT_TRUE(streamed.samples().empty());
   EXPECT_EQ(handed, kept.samples());
   EXPECT_LT(mostHeld, static_cast<size_t>(kStreamBlockFrames + kRate / 100) * 2);
-}
-
-TEST(OfflineRendererTest, WriteWavWritesTheRender) {
-  TempDir dir;
-  OfflineRenderer renderer;
-  renderer.StartVoice(1, Click(), kRate, 5.0);
-  renderer.AdvanceTo(50.0);
-  ASSERT_TRUE(renderer.WriteWav(dir / "out.wav"));
-  SF_INFO info{};
-  SNDFILE* file = sf_open((dir / "out.wav").c_str(), SFM_READ, &info);
-  ASSERT_NE(file, nullptr);
-  EXPECT_EQ(info.samplerate, kRate);
-  EXPECT_EQ(info.channels, 2);
-  EXPECT_EQ(info.frames, renderer.renderedFrames());
-  EXPECT_EQ(info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
-  std::vector<short> pcm(static_cast<size_t>(info.frames) * 2);
-  sf_readf_short(file, pcm.data(), info.frames);
-  sf_close(file);
-  EXPECT_EQ(pcm[2 * renderer.FrameAt(5.0)], 16384);  // 0.5 x 32767, rounded
-  EXPECT_EQ(pcm[2 * renderer.FrameAt(5.0) - 2], 0);
 }
 
 }  // namespace

@@ -7,14 +7,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <filesystem>
 
 #include "tests/display/sound_test_files.h"
 
 namespace vremo {
 namespace {
 
-using test::TempDir;
+using test::TempFolder;
 
 constexpr int32_t kRate = 22050;
 constexpr int64_t kFrames = 4410;
@@ -28,22 +28,20 @@ struct FormatCase {
   int64_t extraFrames;  // frames the codec may add at the end (block padding)
 };
 
-void PrintTo(const FormatCase& c, std::ostream* os) { *os << c.name; }
-
 class SoundDecoderFormatTest : public ::testing::TestWithParam<FormatCase> {};
 
 TEST_P(SoundDecoderFormatTest, DecodesToTheWrittenSamples) {
   const FormatCase& c = GetParam();
-  TempDir dir;
+  TempFolder dir;
   const std::vector<float> written = test::Sine(kFrames, 2, kRate, 441.0);
-  if (!test::WriteSound(dir / c.file, c.format, kRate, 2, written)) {
+  if (!test::WriteSound(dir.Path(c.file), c.format, kRate, 2, written)) {
     // MP3 is there only where libsndfile was built with it ("where the build has it").
     if (std::string_view(c.name) == "Mp3") GTEST_SKIP() << "this libsndfile has no MP3 encoder";
     FAIL() << "libsndfile cannot write " << c.name;
   }
 
   std::string error;
-  const auto sound = DecodeSoundFile(dir / c.file, &error);
+  const auto sound = DecodeSoundFile(dir.Path(c.file), &error);
   ASSERT_NE(sound, nullptr) << error;
   EXPECT_EQ(sound->sampleRate, kRate);
   EXPECT_EQ(sound->fileChannels, 2);
@@ -59,8 +57,7 @@ TEST_P(SoundDecoderFormatTest, DecodesToTheWrittenSamples) {
   }
   const double rms = std::sqrt(squares / static_cast<double>(written.size()));
   EXPECT_LE(c.lossy ? rms : worst, c.tolerance) << c.name;
-  EXPECT_EQ(sound->samples[sound->frames * 2], 0.0f) << "guard frame";
-  EXPECT_EQ(sound->samples[sound->frames * 2 + 1], 0.0f) << "guard frame";
+  EXPECT_EQ(std::vector<float>(sound->samples.end() - 2, sound->samples.end()), std::vector<float>(2, 0.0f)) << "guard";
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -78,162 +75,91 @@ INSTANTIATE_TEST_SUITE_P(
                       FormatCase{"Mp3", "a.mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, true, 0.03, 0}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST(SoundDecoderTest, MonoIsPlayedOnBothChannels) {
-  TempDir dir;
-  const std::vector<float> written = test::Sine(1000, 1, kRate, 300.0);
-  ASSERT_TRUE(test::WriteSound(dir / "m.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, kRate, 1, written));
-  const auto sound = DecodeSoundFile(dir / "m.wav");
-  ASSERT_NE(sound, nullptr);
-  EXPECT_EQ(sound->fileChannels, 1);
-  ASSERT_EQ(sound->frames, 1000);
-  for (int64_t i = 0; i < 1000; ++i) {
-    EXPECT_EQ(sound->samples[2 * i], written[i]);
-    EXPECT_EQ(sound->samples[2 * i + 1], written[i]);
+// Mono is played on both channels; of more channels the first two are
+// kept; non-finite and over-range floats are cleaned.
+TEST(SoundDecoderTest, EverySoundBecomesCleanStereo) {
+  TempFolder dir;
+  for (int channels : {1, 3}) {
+    const std::vector<float> written = test::Sine(500, channels, kRate, 200.0);
+    ASSERT_TRUE(test::WriteSound(dir.Path("c.wav"), SF_FORMAT_WAV | SF_FORMAT_FLOAT, kRate, channels, written));
+    const auto sound = DecodeSoundFile(dir.Path("c.wav"));
+    ASSERT_NE(sound, nullptr);
+    EXPECT_EQ(sound->fileChannels, channels);
+    ASSERT_EQ(sound->frames, 500);
+    for (int64_t i = 0; i < 500; ++i) {
+      EXPECT_EQ(sound->samples[2 * i], written[channels * i]);
+      EXPECT_EQ(sound->samples[2 * i + 1], written[channels * i + (channels > 1 ? 1 : 0)]);
+    }
   }
-}
-
-TEST(SoundDecoderTest, MoreThanTwoChannelsKeepTheFirstTwo) {
-  TempDir dir;
-  const std::vector<float> written = test::Sine(500, 3, kRate, 200.0);
-  ASSERT_TRUE(test::WriteSound(dir / "c.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, kRate, 3, written));
-  const auto sound = DecodeSoundFile(dir / "c.wav");
-  ASSERT_NE(sound, nullptr);
-  ASSERT_EQ(sound->frames, 500);
-  for (int64_t i = 0; i < 500; ++i) {
-    EXPECT_EQ(sound->samples[2 * i], written[3 * i]);
-    EXPECT_EQ(sound->samples[2 * i + 1], written[3 * i + 1]);
-  }
-}
-
-TEST(SoundDecoderTest, NonFiniteAndOverRangeFloatsAreCleaned) {
-  TempDir dir;
-  std::vector<float> written = {NAN, INFINITY, 3.0f, -7.0f, 0.25f, -0.25f};
-  ASSERT_TRUE(test::WriteSound(dir / "f.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, kRate, 2, written));
-  const auto sound = DecodeSoundFile(dir / "f.wav");
+  ASSERT_TRUE(test::WriteSound(dir.Path("f.wav"), SF_FORMAT_WAV | SF_FORMAT_FLOAT, kRate, 2,
+                               {NAN, INFINITY, 3.0f, -7.0f, 0.25f, -0.25f}));
+  const auto sound = DecodeSoundFile(dir.Path("f.wav"));
   ASSERT_NE(sound, nullptr);
   ASSERT_EQ(sound->frames, 3);
-  EXPECT_EQ(sound->samples[0], 0.0f);
-  EXPECT_EQ(sound->samples[1], 0.0f);
-  EXPECT_EQ(sound->samples[2], 1.0f);
-  EXPECT_EQ(sound->samples[3], -1.0f);
-  EXPECT_EQ(sound->samples[4], 0.25f);
-  EXPECT_EQ(sound->samples[5], -0.25f);
+  EXPECT_EQ(std::vector<float>(sound->samples.begin(), sound->samples.begin() + 6),
+            (std::vector<float>{0.0f, 0.0f, 1.0f, -1.0f, 0.25f, -0.25f}));
 }
 
 // Writes a good 16-bit WAV and returns its bytes for damaging.
-std::vector<char> GoodWavBytes(const TempDir& dir) {
-  EXPECT_TRUE(test::WriteSound(dir / "good.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 1,
+std::string GoodWavBytes(const TempFolder& dir) {
+  EXPECT_TRUE(test::WriteSound(dir.Path("good.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 1,
                                test::Sine(kFrames, 1, kRate, 441.0)));
-  return test::ReadBytes(dir / "good.wav");
+  return dir.Read("good.wav");
 }
 
-void PutLe32(std::vector<char>& bytes, size_t at, uint32_t value) {
-  for (int i = 0; i < 4; ++i) bytes[at + i] = static_cast<char>(value >> (8 * i));
+std::string WithLe32(std::string bytes, std::initializer_list<std::pair<size_t, uint32_t>> fields) {
+  for (const auto& [at, value] : fields) {
+    for (int i = 0; i < 4; ++i) bytes[at + i] = static_cast<char>(value >> (8 * i));
+  }
+  return bytes;
 }
 
-class SoundDecoderBadInputTest : public ::testing::Test {
- protected:
-  // The decoder refuses the file and says why.
-  void ExpectRefused(const std::string& name) {
+// Each is refused with a reason: a missing file, an empty or foreign one,
+// a WAV cut in its data or header, without frames, at rate 0 or above a
+// million, a folder, and a FIFO (whose open would block for ever).
+TEST(SoundDecoderTest, BadFilesAreRefusedWithAReason) {
+  TempFolder dir;
+  const std::string good = GoodWavBytes(dir);
+  const std::vector<std::pair<std::string, std::string>> files = {
+      {"empty.wav", ""},
+      {"text.ogg", "this is not an ogg file\n"},
+      {"cut.wav", good.substr(0, good.size() / 2)},
+      {"head.wav", good.substr(0, 30)},
+      {"none.wav", WithLe32(good.substr(0, 44), {{4, 36}, {40, 0}})},
+      {"zero.wav", WithLe32(good, {{24, 0}, {28, 0}})},
+      {"fast.wav", WithLe32(good, {{24, 1000001}, {28, 2000002}})},
+  };
+  for (const auto& [name, bytes] : files) dir.Write(name, bytes);
+  std::filesystem::create_directory(dir.path() / "folder.wav");
+  ASSERT_EQ(::mkfifo(dir.Path("pipe.wav").c_str(), 0600), 0);
+  for (const char* name : {"missing.wav", "empty.wav", "text.ogg", "cut.wav", "head.wav", "none.wav", "zero.wav",
+                           "fast.wav", "folder.wav", "pipe.wav"}) {
     std::string error;
-    EXPECT_EQ(DecodeSoundFile(dir_ / name, &error), nullptr) << name;
+    EXPECT_EQ(DecodeSoundFile(dir.Path(name), &error), nullptr) << name;
     EXPECT_FALSE(error.empty()) << name;
   }
-  TempDir dir_;
-};
-
-TEST_F(SoundDecoderBadInputTest, MissingFile) { ExpectRefused("missing.wav"); }
-
-TEST_F(SoundDecoderBadInputTest, EmptyFileNamedWav) {
-  test::WriteBytes(dir_ / "empty.wav", {});
-  ExpectRefused("empty.wav");
-}
-
-TEST_F(SoundDecoderBadInputTest, TextFileNamedOgg) {
-  const std::string text = "this is not an ogg file\n";
-  test::WriteBytes(dir_ / "text.ogg", std::vector<char>(text.begin(), text.end()));
-  ExpectRefused("text.ogg");
-}
-
-TEST_F(SoundDecoderBadInputTest, WavCutInItsData) {
-  std::vector<char> bytes = GoodWavBytes(dir_);
-  bytes.resize(bytes.size() / 2);
-  test::WriteBytes(dir_ / "cut.wav", bytes);
-  ExpectRefused("cut.wav");
-}
-
-TEST_F(SoundDecoderBadInputTest, WavCutInItsHeader) {
-  std::vector<char> bytes = GoodWavBytes(dir_);
-  bytes.resize(30);
-  test::WriteBytes(dir_ / "cut.wav", bytes);
-  ExpectRefused("cut.wav");
-}
-
-TEST_F(SoundDecoderBadInputTest, WavWithoutFrames) {
-  std::vector<char> bytes = GoodWavBytes(dir_);
-  bytes.resize(44);
-  PutLe32(bytes, 4, 36);
-  PutLe32(bytes, 40, 0);
-  test::WriteBytes(dir_ / "none.wav", bytes);
-  ExpectRefused("none.wav");
-}
-
-TEST_F(SoundDecoderBadInputTest, SampleRateZero) {
-  std::vector<char> bytes = GoodWavBytes(dir_);
-  PutLe32(bytes, 24, 0);
-  PutLe32(bytes, 28, 0);
-  test::WriteBytes(dir_ / "zero.wav", bytes);
-  ExpectRefused("zero.wav");
-}
-
-TEST_F(SoundDecoderBadInputTest, SampleRateAboveAMillion) {
-  std::vector<char> bytes = GoodWavBytes(dir_);
-  PutLe32(bytes, 24, 1000001);
-  PutLe32(bytes, 28, 2000002);
-  test::WriteBytes(dir_ / "fast.wav", bytes);
-  ExpectRefused("fast.wav");
-}
-
-TEST_F(SoundDecoderBadInputTest, OggCutInItsStream) {
-  ASSERT_TRUE(test::WriteSound(dir_ / "full.ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, kRate, 2,
-                               test::Sine(kRate * 2, 2, kRate, 441.0)));
-  std::vector<char> bytes = test::ReadBytes(dir_ / "full.ogg");
-  // Garbage over the middle of the stream.
-  std::fill(bytes.begin() + static_cast<long>(bytes.size() / 3), bytes.end(), '\x5a');
-  test::WriteBytes(dir_ / "bad.ogg", bytes);
-  // Either refused or decoded to something bounded; never a crash.
-  const auto sound = DecodeSoundFile(dir_ / "bad.ogg");
-  if (sound) {
-    for (float s : sound->samples) ASSERT_TRUE(s >= -1.0f && s <= 1.0f);
-  }
-}
-
-TEST_F(SoundDecoderBadInputTest, AFolder) {
-  std::filesystem::create_directory(dir_.path() / "folder.wav");
-  ExpectRefused("folder.wav");
-}
-
-// A FIFO without a writer would block an open for ever; endless devices
-// would be read until memory runs out.
-TEST_F(SoundDecoderBadInputTest, FifosAndDevicesAreRefusedWithoutReading) {
-  ASSERT_EQ(::mkfifo((dir_ / "pipe.wav").c_str(), 0600), 0);
-  ExpectRefused("pipe.wav");
+  // Endless devices would be read until memory runs out.
   for (const char* device : {"/dev/zero", "/dev/urandom"}) {
     std::string error;
     EXPECT_EQ(DecodeSoundFile(device, &error), nullptr);
     EXPECT_EQ(error, "not a regular file");
   }
-}
-
-TEST_F(SoundDecoderBadInputTest, ASoundOverItsMemoryBudgetIsRefusedWhole) {
-  GoodWavBytes(dir_);
+  // Garbage over the middle of an Ogg stream: refused or bounded, no crash.
+  ASSERT_TRUE(test::WriteSound(dir.Path("full.ogg"), SF_FORMAT_OGG | SF_FORMAT_VORBIS, kRate, 2,
+                               test::Sine(kRate * 2, 2, kRate, 441.0)));
+  std::string ogg = dir.Read("full.ogg");
+  std::fill(ogg.begin() + static_cast<long>(ogg.size() / 3), ogg.end(), '\x5a');
+  if (const auto sound = DecodeSoundFile(dir.Write("bad.ogg", ogg))) {
+    for (float s : sound->samples) ASSERT_TRUE(s >= -1.0f && s <= 1.0f);
+  }
+  // A sound over its memory budget is refused whole.
   DecodeStatus status = DecodeStatus::kFailed;
-  const auto fits = DecodeSoundFile(dir_ / "good.wav", nullptr, DecodedBytes(kFrames), &status);
+  const auto fits = DecodeSoundFile(dir.Path("good.wav"), nullptr, DecodedBytes(kFrames), &status);
   ASSERT_NE(fits, nullptr);
   EXPECT_EQ(status, DecodeStatus::kDecoded);
   EXPECT_EQ(static_cast<int64_t>(fits->samples.size() * sizeof(float)), DecodedBytes(kFrames));
   std::string error;
-  EXPECT_EQ(DecodeSoundFile(dir_ / "good.wav", &error, DecodedBytes(kFrames) - 1, &status), nullptr);
+  EXPECT_EQ(DecodeSoundFile(dir.Path("good.wav"), &error, DecodedBytes(kFrames) - 1, &status), nullptr);
   EXPECT_EQ(status, DecodeStatus::kOverBudget);
   EXPECT_EQ(error, "over the memory budget");
 }

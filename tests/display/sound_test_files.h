@@ -1,35 +1,19 @@
 #pragma once
-// Helpers for the media-layer tests: a temporary folder, test signals and
-// real sound files written with libsndfile.
+// Helpers for the sound tests: test signals and real sound files written with
+// libsndfile into a TempFolder.
 
 #include <sndfile.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
+#include "tests/support/temp_folder.h"
+
 namespace vremo::test {
 
-class TempDir {
- public:
-  TempDir() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "vremo_display_XXXXXX").string();
-    path_ = ::mkdtemp(pattern.data());
-  }
-  ~TempDir() {
-    std::error_code ec;
-    std::filesystem::remove_all(path_, ec);
-  }
-  std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
+using testing::TempFolder;
 
 // `frames` interleaved frames of `channels` channels: channel c is a sine of
 // `hz` x (c + 1) at amplitude `amplitude`.
@@ -62,16 +46,6 @@ inline bool WriteSound(const std::string& path, int format, int32_t rate, int ch
   const bool ok = sf_writef_float(file, samples.data(), frames) == frames;
   sf_close(file);
   return ok;
-}
-
-inline std::vector<char> ReadBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::vector<char>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-inline void WriteBytes(const std::string& path, const std::vector<char>& bytes) {
-  std::ofstream out(path, std::ios::binary);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
 }  // namespace vremo::test

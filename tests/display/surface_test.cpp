@@ -2,8 +2,6 @@
 // accounting and the atomic PNG writer.
 #include "display/surface.h"
 
-#include <QImageReader>
-
 #include "tests/display/graphics_fixture.h"
 
 namespace vremo::testing {
@@ -28,24 +26,20 @@ TEST(SurfaceTest, FastCopiesSkipTheKeyAndClip) {
   Surface dest(6, 4);
   dest.BltColorFill(dest.FullRect(), kGrey);
   dest.BltFast(1, 1, *source, source->FullRect(), ColourKey::kSource);
-  EXPECT_EQ(dest.Pixel(1, 1), kRed);
-  EXPECT_EQ(dest.Pixel(2, 1), kGrey);  // the black source pixel was skipped
-  EXPECT_EQ(dest.Pixel(3, 1), kGreen);
-  EXPECT_EQ(dest.Pixel(4, 2), kGreen);
-  EXPECT_EQ(dest.Pixel(5, 1), kGrey);
+  // (2, 1): the black source pixel was skipped.
+  EXPECT_EQ(Pixels(dest, {{1, 1}, {2, 1}, {3, 1}, {4, 2}, {5, 1}}),
+            (std::vector<Colour>{kRed, kGrey, kGreen, kGreen, kGrey}));
   dest.BltFast(1, 1, *source, source->FullRect(), ColourKey::kNone);
   EXPECT_EQ(dest.Pixel(2, 1), kBlack);
   // Partly outside on every edge: the part inside is copied.
   dest.BltColorFill(dest.FullRect(), kGrey);
   dest.BltFast(-3, -1, *source, source->FullRect(), ColourKey::kNone);
-  EXPECT_EQ(dest.Pixel(0, 0), kGreen);  // source (3, 1)
-  EXPECT_EQ(dest.Pixel(1, 0), kGrey);
   dest.BltFast(4, 3, *source, Rect{-1, 0, 9, 9}, ColourKey::kNone);
-  EXPECT_EQ(dest.Pixel(5, 3), kRed);
-  EXPECT_EQ(dest.Pixel(4, 3), kGrey);
   dest.BltFast(100, 100, *source, source->FullRect(), ColourKey::kNone);
   dest.BltFast(0, 0, *source, Rect{3, 0, 1, 2}, ColourKey::kNone);
-  EXPECT_EQ(dest.Pixel(1, 1), kGrey);
+  // (0, 0) is source (3, 1).
+  EXPECT_EQ(Pixels(dest, {{0, 0}, {1, 0}, {5, 3}, {4, 3}, {1, 1}}),
+            (std::vector<Colour>{kGreen, kGrey, kRed, kGrey, kGrey}));
 }
 
 TEST(SurfaceTest, StretchedCopiesTakeTheNearestPixel) {
@@ -53,21 +47,14 @@ TEST(SurfaceTest, StretchedCopiesTakeTheNearestPixel) {
   Surface dest(8, 4);
   dest.BltColorFill(dest.FullRect(), kGrey);
   dest.Blt(dest.FullRect(), *source, source->FullRect(), ColourKey::kSource);
-  EXPECT_EQ(dest.Pixel(0, 0), kRed);
-  EXPECT_EQ(dest.Pixel(1, 1), kRed);
-  EXPECT_EQ(dest.Pixel(2, 0), kGrey);
-  EXPECT_EQ(dest.Pixel(4, 1), kGreen);
-  EXPECT_EQ(dest.Pixel(7, 0), kRed);
-  EXPECT_EQ(dest.Pixel(3, 3), kGreen);
+  EXPECT_EQ(Pixels(dest, {{0, 0}, {1, 1}, {2, 0}, {4, 1}, {7, 0}, {3, 3}}),
+            (std::vector<Colour>{kRed, kRed, kGrey, kGreen, kRed, kGreen}));
   // Shrinking, and stretching a surface onto itself.
   Surface small(2, 1);
   small.Blt(small.FullRect(), *source, Rect{0, 0, 4, 1}, ColourKey::kNone);
-  EXPECT_EQ(small.Pixel(0, 0), kRed);
-  EXPECT_EQ(small.Pixel(1, 0), kGreen);
+  EXPECT_EQ(Pixels(small, {{0, 0}, {1, 0}}), (std::vector<Colour>{kRed, kGreen}));
   dest.Blt(Rect{0, 0, 8, 4}, dest, Rect{4, 0, 8, 4}, ColourKey::kNone);
-  EXPECT_EQ(dest.Pixel(0, 0), kGreen);
-  EXPECT_EQ(dest.Pixel(7, 0), kRed);
-  EXPECT_EQ(dest.Pixel(7, 3), kGreen);
+  EXPECT_EQ(Pixels(dest, {{0, 0}, {7, 0}, {7, 3}}), (std::vector<Colour>{kGreen, kRed, kGreen}));
   dest.Blt(Rect{5, 5, 2, 2}, *source, source->FullRect(), ColourKey::kNone);
 }
 
@@ -75,32 +62,25 @@ TEST(SurfaceTest, LinesAndBoxesLandOnTheirPixels) {
   Surface surface(12, 12);
   surface.SetForeColor(kRed);
   surface.DrawLine(2, 0, 2, 5);
-  EXPECT_EQ(surface.Pixel(2, 0), kRed);
-  EXPECT_EQ(surface.Pixel(2, 4), kRed);
-  EXPECT_EQ(surface.Pixel(2, 5), kBlack);  // the end point is left out
   surface.DrawLine(-100, 7, 100, 7);
-  EXPECT_EQ(surface.Pixel(0, 7), kRed);
-  EXPECT_EQ(surface.Pixel(11, 7), kRed);
+  // The end point (2, 5) is left out.
+  EXPECT_EQ(Pixels(surface, {{2, 0}, {2, 4}, {2, 5}, {0, 7}, {11, 7}}),
+            (std::vector<Colour>{kRed, kRed, kBlack, kRed, kRed}));
 
   Surface box(12, 12);
   box.SetForeColor(kGrey);
   box.SetFillColor(kGreen);
   box.SetFillStyle(FillStyle::kSolid);
   box.DrawBox(1, 1, 5, 4);
-  EXPECT_EQ(box.Pixel(1, 1), kGrey);
-  EXPECT_EQ(box.Pixel(4, 3), kGrey);
-  EXPECT_EQ(box.Pixel(2, 2), kGreen);
-  EXPECT_EQ(box.Pixel(5, 2), kBlack);
+  EXPECT_EQ(Pixels(box, {{1, 1}, {4, 3}, {2, 2}, {5, 2}}), (std::vector<Colour>{kGrey, kGrey, kGreen, kBlack}));
   box.SetFillStyle(FillStyle::kTransparent);
   box.DrawBox(6, 6, 11, 11);
-  EXPECT_EQ(box.Pixel(8, 8), kBlack);
-  EXPECT_EQ(box.Pixel(10, 10), kGrey);
+  EXPECT_EQ(Pixels(box, {{8, 8}, {10, 10}}), (std::vector<Colour>{kBlack, kGrey}));
   box.SetFillStyle(FillStyle::kDiagonalCross);
   box.SetFillColor(kRed);
   box.DrawBox(0, 0, 12, 12);
-  EXPECT_EQ(box.Pixel(4, 4), kRed);  // on both diagonals
-  EXPECT_EQ(box.Pixel(5, 3), kRed);  // x + y = 8
-  EXPECT_EQ(box.Pixel(5, 4), kBlack);
+  // (4, 4) is on both diagonals, (5, 3) on x + y = 8.
+  EXPECT_EQ(Pixels(box, {{4, 4}, {5, 3}, {5, 4}}), (std::vector<Colour>{kRed, kRed, kBlack}));
 }
 
 TEST(SurfaceTest, TextUsesTheForeAndBackColours) {
@@ -109,16 +89,8 @@ TEST(SurfaceTest, TextUsesTheForeAndBackColours) {
   surface.SetForeColor(kRed);
   surface.SetFontBackColor(kGreen);
   surface.DrawText(2, 2, "fGreat 100%");
-  int red = 0;
-  int green = 0;
-  for (int32_t y = 0; y < 20; ++y) {
-    for (int32_t x = 0; x < 120; ++x) {
-      red += surface.Pixel(x, y) == kRed ? 1 : 0;
-      green += surface.Pixel(x, y) == kGreen ? 1 : 0;
-    }
-  }
-  EXPECT_GT(red, 20);
-  EXPECT_GT(green, 100);
+  EXPECT_GT(CountPixels(surface, kRed, 120, 20), 20);
+  EXPECT_GT(CountPixels(surface, kGreen, 120, 20), 100);
   EXPECT_EQ(surface.Pixel(0, 0), kBlack);
   EXPECT_EQ(surface.Pixel(119, 19), kBlack);
 }
