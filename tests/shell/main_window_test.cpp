@@ -5,14 +5,11 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QElapsedTimer>
 #include <QLabel>
-#include <QPlainTextEdit>
 #include <QProcess>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
-#include <functional>
 
 #include "chart/bms_reader.h"
 #include "chart/media_loader.h"
@@ -26,25 +23,13 @@
 namespace vremo {
 namespace {
 
-using testing::App;
 using testing::Crlf;
-using testing::TempFolder;
 using testing::WaitFor;
 
-class MainWindowTest : public ::testing::Test {
+class MainWindowTest : public testing::WindowTest {
  protected:
-  MainWindowTest() {
-    App();
-    window = std::make_unique<MainWindow>(folder.path().string());
-    window->StartUp();
-  }
+  MainWindowTest() : WindowTest(false) {}
 
-  template <typename T>
-  T* Find(const char* name) {
-    return testing::FindControl<T>(*window, name);
-  }
-  QString Log() { return testing::LogText(*window); }
-  int LogCount(const QString& line) { return Log().count(line); }
   void Key(int key, Qt::KeyboardModifiers mods = Qt::NoModifier) { QTest::keyPress(window.get(), Qt::Key(key), mods); }
   void KeyUp(int key) { QTest::keyRelease(window.get(), Qt::Key(key)); }
   int32_t IndexOfNote(int channel, int nth) {
@@ -54,9 +39,6 @@ class MainWindowTest : public ::testing::Test {
     }
     return -1;
   }
-
-  TempFolder folder;
-  std::unique_ptr<MainWindow> window;
 };
 
 TEST_F(MainWindowTest, LaneKeysJudgeOncePerLanePress) {
@@ -73,16 +55,11 @@ TEST_F(MainWindowTest, LaneKeysJudgeOncePerLanePress) {
   int32_t first = -1;
   int32_t second = -1;
   int judgedAfterFirst = -1;
+  int judgedAfterRepeat = -1;
   bool secondPendingWhileHeld = false;
   bool secondJudged = false;
-  int judgedAfterRepeat = -1;
   auto judged = [&] { return score.fGreat + score.great + score.good + score.bad + score.poor; };
-  std::function<void()> during = [&] {
-    // Runs inside the play loop's event pumping once the play has started.
-    if (!state.running) {
-      QTimer::singleShot(5, during);
-      return;
-    }
+  WhenPlaying([&] {
     first = IndexOfNote(11, 0);
     second = IndexOfNote(11, 1);
     window->SeekTo(188);
@@ -103,10 +80,9 @@ TEST_F(MainWindowTest, LaneKeysJudgeOncePerLanePress) {
     secondJudged = window->chart().objects[second].done != 0;
     KeyUp(Qt::Key_A);
     window->RequestStop();
-  };
-  QTimer::singleShot(0, during);
+  });
   window->RequestPlay(chart);
-  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
+  ASSERT_TRUE(PlayEnds(1));
   ASSERT_GE(first, 0);
   EXPECT_EQ(judgedAfterFirst, 1);
   EXPECT_EQ(judgedAfterRepeat, 1);
@@ -117,65 +93,53 @@ TEST_F(MainWindowTest, LaneKeysJudgeOncePerLanePress) {
   EXPECT_EQ(score.poor, 0);
 }
 
-TEST_F(MainWindowTest, DigitHotKeysStepTheRightList) {
+TEST_F(MainWindowTest, HotKeysStepTheRightListAndSwitchModes) {
   auto* hispeed = Find<QComboBox>("cmbHispeed");
   auto* freq = Find<QComboBox>("cmbFreq");
   auto* sleep = Find<QComboBox>("cmbSleep");
   // A fresh install: HiSpeed 1, speed 1, Sleep 5.
   EXPECT_EQ(hispeed->currentText(), "1");
   EXPECT_EQ(sleep->currentText(), "5");
-
-  Key(Qt::Key_4);
-  EXPECT_EQ(window->statusMessage(), "HiSpeed: 1 (1:Down/2:Up)");
-  Key(Qt::Key_2);
+  auto says = [&](int key, const char* status) {
+    Key(key);
+    EXPECT_EQ(window->statusMessage(), status) << key;
+  };
+  says(Qt::Key_4, "HiSpeed: 1 (1:Down/2:Up)");
+  says(Qt::Key_2, "HiSpeed: 1.25 (1:Down/2:Up)");
   EXPECT_EQ(hispeed->currentText(), "1.25");
   EXPECT_FLOAT_EQ(window->settings().hiSpeed, 1.25f);
-  EXPECT_EQ(window->statusMessage(), "HiSpeed: 1.25 (1:Down/2:Up)");
   KeyUp(Qt::Key_4);
-
-  Key(Qt::Key_3);
-  EXPECT_EQ(window->statusMessage(), "Real HiSpeed: 1 (1:Down/2:Up)");
-  Key(Qt::Key_1);
+  says(Qt::Key_3, "Real HiSpeed: 1 (1:Down/2:Up)");
+  says(Qt::Key_1, "Real HiSpeed: 0.9 (1:Down/2:Up)");
   EXPECT_EQ(freq->currentText(), "0.9");
   EXPECT_FLOAT_EQ(window->settings().realHiSpeed, 0.9f);
-  EXPECT_EQ(window->statusMessage(), "Real HiSpeed: 0.9 (1:Down/2:Up)");
   KeyUp(Qt::Key_3);
-
-  Key(Qt::Key_1);
+  says(Qt::Key_1, "Sleep: 4 (1:Down/2:Up)");
   EXPECT_EQ(sleep->currentText(), "4");
   EXPECT_EQ(window->settings().sleepMs, 4);
-  EXPECT_EQ(window->statusMessage(), "Sleep: 4 (1:Down/2:Up)");
   EXPECT_EQ(hispeed->currentText(), "1.25");
   EXPECT_EQ(freq->currentText(), "0.9");
 
   // At the first entry "1" changes nothing and shows nothing new.
   sleep->setCurrentIndex(0);
   Key(Qt::Key_5);
-  Key(Qt::Key_1);
+  says(Qt::Key_1, "BGA: Off");
   EXPECT_EQ(sleep->currentText(), "0");
-  EXPECT_EQ(window->statusMessage(), "BGA: Off");
   EXPECT_FALSE(window->settings().showBga);
-  Key(Qt::Key_6);
-  EXPECT_EQ(window->statusMessage(), "BG-VLine: On");
+  says(Qt::Key_6, "BG-VLine: On");
   EXPECT_TRUE(window->settings().showVLine);
-}
 
-TEST_F(MainWindowTest, F7AndF8SwitchUserPlayAndDemo) {
-  Key(Qt::Key_F7);
+  // F7 and F8: user play and demo; while recording F7 may not touch user play.
+  says(Qt::Key_F7, "UserPlay: On");
   EXPECT_TRUE(window->settings().userPlay);
-  EXPECT_EQ(window->statusMessage(), "UserPlay: On");
-  Key(Qt::Key_F7);
+  says(Qt::Key_F7, "UserPlay: Off");
   EXPECT_FALSE(window->settings().userPlay);
-  EXPECT_EQ(window->statusMessage(), "UserPlay: Off");
-  Key(Qt::Key_F8);
+  says(Qt::Key_F8, "DEMO: On");
   EXPECT_TRUE(window->settings().demoMode);
-  EXPECT_EQ(window->statusMessage(), "DEMO: On");
-  // While recording, F7 may not touch the user-play switch.
   Find<QCheckBox>("chkUserRecord")->click();
   EXPECT_TRUE(window->settings().userPlay);
-  Key(Qt::Key_F7);
+  says(Qt::Key_F7, "DEMO: On");
   EXPECT_TRUE(window->settings().userPlay);
-  EXPECT_EQ(window->statusMessage(), "DEMO: On");
 }
 
 TEST_F(MainWindowTest, AltEnterTwiceReturnsTheWindowWhereItWas) {
@@ -206,21 +170,15 @@ TEST_F(MainWindowTest, AltEnterTwiceReturnsTheWindowWhereItWas) {
 
 TEST_F(MainWindowTest, ReleaseMemoriesStopsThePlay) {
   const std::string chart = folder.Write("slow.bms", Crlf({"#TITLE slow", "#BPM 60", "#00111:01", "#03011:01"}));
-  const PlayState& state = window->engine().state();
   bool stopRequested = false;
-  std::function<void()> during = [&] {
-    if (!state.running) {
-      QTimer::singleShot(5, window.get(), during);
-      return;
-    }
+  WhenPlaying([&] {
     Find<QPushButton>("cmdDDRelease")->click();
-    stopRequested = state.stopRequested;
+    stopRequested = window->engine().state().stopRequested;
     // Ends a play that would otherwise run for two minutes.
     QTimer::singleShot(200, window.get(), [this] { window->RequestStop(); });
-  };
-  QTimer::singleShot(0, during);
+  });
   window->RequestPlay(chart);
-  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
+  ASSERT_TRUE(PlayEnds(1));
   EXPECT_TRUE(stopRequested);
   EXPECT_TRUE(Log().contains("releasing memories...\n  play-loop end.")) << Log().toStdString();
 }
@@ -239,20 +197,32 @@ TEST_F(MainWindowTest, DrawingAreaAndSurfacesShareOneUnit) {
   EXPECT_EQ(draw->frame().size(), QSize(256, 256));
 }
 
-TEST_F(MainWindowTest, PlayingTheSameChartTwiceLoadsItOnce) {
-  const std::string chart = folder.Write("short.bms", Crlf({"#TITLE once", "#BPM 240", "#00011:01"}));
+TEST_F(MainWindowTest, ChartLoadsOnceShowsItsTextsAndAMissingOneDisablesPlay) {
+  const std::string chart = folder.Write("info.bms", Crlf({"#TITLE Song", "#ARTIST Someone", "#PLAYLEVEL 9", "#RANK 5",
+                                                           "#PLAYER 3", "#BPM 240", "#00011:01"}));
   Find<QCheckBox>("chkSet13")->setChecked(true);  // DontWait
   window->RequestPlay(chart);
-  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
+  ASSERT_TRUE(PlayEnds(1));
   window->RequestPlay(chart);
-  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 2; }));
+  ASSERT_TRUE(PlayEnds(2));
   EXPECT_EQ(LogCount("BMS load --------"), 1);
-  EXPECT_EQ(LogCount("* title:once"), 1);
+  EXPECT_EQ(LogCount("* title:Song"), 1);
   EXPECT_TRUE(Find<QPushButton>("cmdPlay")->isEnabled());
-  EXPECT_EQ(window->Caption(), "Vremo v0.26 release - [] once / ");
-}
+  EXPECT_EQ(window->Caption(), "Vremo v0.26 release - [] Song / Someone");
+  auto* title = Find<TitleStrip>("picTitle");
+  EXPECT_EQ(title->firstLine(), "Song - Someone");
+  EXPECT_EQ(title->secondLine(), QString::fromUtf8("[?????] ★★★★★★★★★Double"));
+  Chart other;
+  other.playLevel = 2;
+  other.rank = 1;
+  other.player = 7;
+  const std::vector<TitleRun> runs = SongInfoRuns(other);
+  QString line;
+  for (const TitleRun& run : runs) line += run.text;
+  EXPECT_EQ(line, QString::fromUtf8("[Hard] ★★☆☆☆☆Unknown"));
+  EXPECT_EQ(runs[1].colour, QColor(255, 255, 0));
+  EXPECT_EQ(runs[6].colour, QColor(255, 0, 0));
 
-TEST_F(MainWindowTest, MissingChartDisablesPlayStopAndReload) {
   window->RequestPlay((folder.path() / "gone.bms").string());
   ASSERT_TRUE(WaitFor([&] { return Log().contains("BMS load error"); }));
   EXPECT_TRUE(Log().contains("Err[not exist] :gone.bms"));
@@ -260,46 +230,6 @@ TEST_F(MainWindowTest, MissingChartDisablesPlayStopAndReload) {
   EXPECT_FALSE(Find<QPushButton>("cmdStop")->isEnabled());
   EXPECT_FALSE(Find<QPushButton>("cmdReload")->isEnabled());
   EXPECT_TRUE(Find<QPushButton>("cmdFF")->isEnabled());
-}
-
-TEST_F(MainWindowTest, SongInformationTexts) {
-  const std::string chart = folder.Write("info.bms", Crlf({"#TITLE Song", "#ARTIST Someone", "#PLAYLEVEL 9", "#RANK 5",
-                                                           "#PLAYER 3", "#BPM 240", "#00011:01"}));
-  Find<QCheckBox>("chkSet13")->setChecked(true);
-  window->RequestPlay(chart);
-  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
-  auto* title = Find<TitleStrip>("picTitle");
-  EXPECT_EQ(title->firstLine(), "Song - Someone");
-  EXPECT_EQ(title->secondLine(), QString::fromUtf8("[?????] ★★★★★★★★★Double"));
-
-  Chart other;
-  other.playLevel = 2;
-  other.rank = 1;
-  other.player = 7;
-  QString line;
-  for (const TitleRun& run : SongInfoRuns(other)) line += run.text;
-  EXPECT_EQ(line, QString::fromUtf8("[Hard] ★★☆☆☆☆Unknown"));
-  const std::vector<TitleRun> runs = SongInfoRuns(other);
-  EXPECT_EQ(runs[1].colour, QColor(255, 255, 0));
-  EXPECT_EQ(runs[6].colour, QColor(255, 0, 0));
-}
-
-TEST_F(MainWindowTest, ShutDownWritesSettingsAndKeyMap) {
-  Find<QComboBox>("cmbSleep")->setCurrentText("2");
-  window->keyMap()['Q'] = 12;
-  window->close();
-  const std::string ini = ReadFileBytes((folder.path() / "vremo.ini").string());
-  EXPECT_NE(ini.find("\r\nSleep=2\r\n"), std::string::npos);
-  const std::string keys = ReadFileBytes((folder.path() / "vrkeycnf.dat").string());
-  ASSERT_EQ(keys.size(), 512u);
-  EXPECT_EQ(keys[2 * 'Q'], 12);
-
-  // The next start reads them back.
-  window = std::make_unique<MainWindow>(folder.path().string());
-  window->StartUp();
-  EXPECT_EQ(Find<QComboBox>("cmbSleep")->currentText(), "2");
-  EXPECT_EQ(window->keyMap()['Q'], 12);
-  EXPECT_TRUE(Log().contains("load complete."));
 }
 
 // 400 measures of 2/4 (38400 units, past the 16-bit seek bar): fast up to the
@@ -338,7 +268,7 @@ std::string OfflineKeyScript(const std::string& chartPath, const Hits& hits) {
   if (LoadChart(chartPath, *chart, context) != kLoadOk) return {};
   Settings settings;
   SilentSoundBank sounds;
-  const KeyMap keys = DefaultKeyMap();
+  const KeyMap keys = DefaultKeyMap();  // the play keeps a reference
   VirtualClock clock;
   HeadlessOptions options;
   std::string script;
@@ -365,9 +295,9 @@ TEST_F(MainWindowTest, LongSongPlaysFromTheStartAsTheOfflineRenderDoes) {
   const std::string script = OfflineKeyScript(chart, hits);
   ASSERT_FALSE(script.empty());
   folder.Write("keys.txt", script);
+  std::filesystem::create_directories(folder.Path("render"));
   QProcess render;
   QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-  std::filesystem::create_directories(folder.Path("render"));
   env.insert("VREMO_HOME", QString::fromStdString(folder.Path("render")));
   render.setProcessEnvironment(env);
   render.start(VREMO_EXECUTABLE,
@@ -397,7 +327,7 @@ TEST_F(MainWindowTest, LongSongPlaysFromTheStartAsTheOfflineRenderDoes) {
   };
   QTimer::singleShot(0, watch);
   window->RequestPlay(chart);
-  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
+  ASSERT_TRUE(PlayEnds(1));
   finished = true;
   EXPECT_EQ(pressed, hits.size());
   EXPECT_FALSE(Log().contains("Err: Range over"));
