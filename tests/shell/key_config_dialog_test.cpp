@@ -28,7 +28,10 @@ int RowOf(int32_t channel) {
 
 class KeyConfigDialogTest : public ::testing::Test {
  protected:
-  KeyConfigDialogTest() { testing::App(); }
+  KeyConfigDialogTest() {
+    testing::App();
+    Open();
+  }
 
   void Open() {
     dialog = std::make_unique<KeyConfigDialog>(keyMap);
@@ -69,7 +72,7 @@ TEST_F(KeyConfigDialogTest, OpensOnLane11AndDamagedEntriesSurviveOk) {
   keyMap[6] = -3;
   keyMap[7] = 999;
   keyMap['Q'] = 29;
-  Open();
+  Open();  // again, on the damaged table
   EXPECT_EQ(dialog->windowTitle(), "Key configuration");
   EXPECT_EQ(Rows(),
             std::vector<std::string>({"11\t[90]", "12\t[83]", "13\t[88]", "14\t[68]", "15\t[67]", "16\t[16][32]",
@@ -86,7 +89,6 @@ TEST_F(KeyConfigDialogTest, OpensOnLane11AndDamagedEntriesSurviveOk) {
 }
 
 TEST_F(KeyConfigDialogTest, OneAndTwoWalkTheKeyboardOrder) {
-  Open();
   Press(Qt::Key_1);
   ExpectLane(16);
   Press(Qt::Key_1);
@@ -94,28 +96,25 @@ TEST_F(KeyConfigDialogTest, OneAndTwoWalkTheKeyboardOrder) {
   Press(Qt::Key_2);
   ExpectLane(16);
 
-  std::vector<int32_t> forward;
-  std::vector<int32_t> backward;
-  for (size_t i = 0; i < kForwardWalk.size(); ++i) {
-    Press(Qt::Key_2);
-    forward.push_back(dialog->currentLane());
-    EXPECT_EQ(dialog->selectedRow(), RowOf(forward.back()));
-    EXPECT_TRUE(Framed(forward.back())) << forward.back();
-  }
-  for (size_t i = 0; i < kForwardWalk.size(); ++i) {
-    Press(Qt::Key_1);
-    backward.push_back(dialog->currentLane());
-  }
-  EXPECT_EQ(forward, kForwardWalk);
-  std::vector<int32_t> expected(kForwardWalk.rbegin() + 1, kForwardWalk.rend());
-  expected.push_back(16);
-  EXPECT_EQ(backward, expected);
+  auto walk = [&](Qt::Key key) {
+    std::vector<int32_t> lanes;
+    for (size_t i = 0; i < kForwardWalk.size(); ++i) {
+      Press(key);
+      lanes.push_back(dialog->currentLane());
+      EXPECT_EQ(dialog->selectedRow(), RowOf(lanes.back()));
+      EXPECT_TRUE(Framed(lanes.back())) << lanes.back();
+    }
+    return lanes;
+  };
+  EXPECT_EQ(walk(Qt::Key_2), kForwardWalk);
+  std::vector<int32_t> backward(kForwardWalk.rbegin() + 1, kForwardWalk.rend());
+  backward.push_back(16);
+  EXPECT_EQ(walk(Qt::Key_1), backward);
   // Stepping never assigns "1" or "2".
   EXPECT_EQ(dialog->workingKeyMap(), DefaultKeyMap());
 }
 
 TEST_F(KeyConfigDialogTest, KeyPressMovesTheKeyToTheLaneAndCancelDropsIt) {
-  Open();
   Press(Qt::Key_2);
   ExpectLane(12);
   Press(Qt::Key_Z);
@@ -141,7 +140,6 @@ TEST_F(KeyConfigDialogTest, KeyPressMovesTheKeyToTheLaneAndCancelDropsIt) {
 }
 
 TEST_F(KeyConfigDialogTest, EnterTabSpaceAndEscapeAreLaneKeys) {
-  Open();
   Press(Qt::Key_2);
   for (Qt::Key key : {Qt::Key_Return, Qt::Key_Tab, Qt::Key_Space, Qt::Key_Escape, Qt::Key_Left}) Press(key);
   Press(Qt::Key_Backtab, Qt::ShiftModifier);
@@ -161,7 +159,6 @@ TEST_F(KeyConfigDialogTest, EnterTabSpaceAndEscapeAreLaneKeys) {
 }
 
 TEST_F(KeyConfigDialogTest, ClearDefaultAndOk) {
-  Open();
   Press(Qt::Key_Q);
   ClickButton("cmdClear");
   EXPECT_EQ(dialog->workingKeyMap(), KeyMap{});
@@ -181,7 +178,6 @@ TEST_F(KeyConfigDialogTest, ClearDefaultAndOk) {
 }
 
 TEST_F(KeyConfigDialogTest, MouseSelectsAndThePictureFramesTheLaneUnderThePoint) {
-  Open();
   EXPECT_EQ(picture->grab().size(), picture->size());
   EXPECT_TRUE(Framed(11));
   int32_t previous = 11;

@@ -1,6 +1,5 @@
-// The player's windows with the command side attached: the play-list window
-// (rows, caption, keys, dragging), files dropped on the main window, play
-// records from the window, the record switch, auto-hide and the size list.
+// The player's windows with the command side attached: the play-list window,
+// dropped files and records, switches, sizes, captions, partners and exit.
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -15,16 +14,12 @@
 #include <QScrollBar>
 #include <QSystemTrayIcon>
 #include <QTest>
-#include <QTimer>
 #include <filesystem>
 
 #include "shell/file_dialog_filter.h"
 #include "shell/key_config_dialog.h"
-#include "shell/main_window.h"
 #include "shell/play_list_window.h"
-#include "shell/player_commands.h"
 #include "shell/record_file.h"
-#include "tests/chart/chart_fixture.h"
 #include "tests/shell/window_test_support.h"
 
 namespace vremo {
@@ -111,10 +106,30 @@ TEST_F(PlayerWindowTest, PlayListRowsCaptionAndKeys) {
   EXPECT_EQ(rows->currentRow(), 0);
 }
 
-TEST_F(PlayerWindowTest, DraggingARowMovesItsEntry) {
+TEST_F(PlayerWindowTest, RowsDragAndTransportWalksTheList) {
   PlayList& list = commands->playList();
   PlayListWindow& listWindow = commands->playListWindow();
-  for (const char* name : {"a.bms", "b.bms", "c.bms", "d.bms"}) list.ListAdd(Song(name, "X", 2));
+  std::vector<std::string> paths;
+  for (const char* name : {"a.bms", "b.bms", "c.bms", "d.bms"}) paths.push_back(Song(name, "X", 2));
+  for (const std::string& path : paths) list.ListAdd(path);
+
+  // FF and F4 step on, Rew and F1 back; nothing past either end.
+  list.ListPlay(2);
+  for (const char* button : {"cmdFF", "cmdRew"}) Find<QPushButton>(button)->setEnabled(true);
+  Find<QPushButton>("cmdFF")->click();
+  EXPECT_EQ(window->playTag(), paths[3]);
+  Find<QPushButton>("cmdFF")->click();  // the last one, no repeat: nothing
+  EXPECT_EQ(list.currentIndex(), 3);
+  QTest::keyPress(window.get(), Qt::Key_F1);
+  EXPECT_EQ(window->playTag(), paths[2]);
+  Find<QPushButton>("cmdRew")->click();
+  EXPECT_EQ(window->playTag(), paths[1]);
+  QTest::keyPress(window.get(), Qt::Key_F4);
+  EXPECT_EQ(window->playTag(), paths[2]);
+  list.ListPlay(0);
+  QTest::keyPress(window.get(), Qt::Key_F1);  // the first one: nothing
+  EXPECT_EQ(list.currentIndex(), 0);
+
   listWindow.show();
   QListWidget* rows = listWindow.list();
   ASSERT_TRUE(WaitFor([&] { return rows->isVisible(); }));
@@ -162,8 +177,7 @@ TEST_F(PlayerWindowTest, DroppedFilesGoToTheListOrTheRecord) {
 
   // A list file replaces the list and plays its first entry.
   list.ListClear();
-  list.ListAdd(a);
-  list.ListAdd(b);
+  for (const std::string& path : {a, b}) list.ListAdd(path);
   list.ListSave(folder.Path("two.vrl"));
   list.ListClear();
   window->FilesDropped({folder.Path("two.vrl")});
@@ -222,24 +236,6 @@ TEST_F(PlayerWindowTest, RecordSwitchLocksWhatWouldSpoilTheRecord) {
   for (QWidget* control : locked) EXPECT_TRUE(control->isEnabled()) << control->objectName().toStdString();
 }
 
-TEST_F(PlayerWindowTest, AutoHideGivesThePlayTheWindow) {
-  const std::string song = Song("a.bms", "Ann", 40);
-  auto* log = Find<QPlainTextEdit>("txtStatus");
-  auto* seek = Find<QScrollBar>("hscSeek");
-  Find<QCheckBox>("chkAutoHide")->setChecked(true);
-  EXPECT_TRUE(log->isVisible());  // only while playing
-  bool hiddenWhilePlaying = false;
-  WhenPlaying([&] {
-    hiddenWhilePlaying = !log->isVisible() && !seek->isVisible();
-    window->RequestStop();
-  });
-  window->RequestPlay(song);
-  ASSERT_TRUE(PlayEnds(1));
-  EXPECT_TRUE(hiddenWhilePlaying);
-  EXPECT_TRUE(log->isVisible());
-  EXPECT_TRUE(seek->isVisible());
-}
-
 TEST_F(PlayerWindowTest, SizeListSetsTheDrawingArea) {
   auto* size = Find<QComboBox>("cmbSize");
   QWidget* draw = Find<QWidget>("picDraw");
@@ -279,31 +275,7 @@ TEST_F(PlayerWindowTest, KeyButtonOpensTheDialogAndOkKeepsTheKeys) {
   EXPECT_EQ(window->keyMap()['Z'], 11);  // the others stay
 }
 
-TEST_F(PlayerWindowTest, TransportButtonsAndKeysWalkTheList) {
-  PlayList& list = commands->playList();
-  const std::string a = Song("a.bms", "Ann", 2);
-  const std::string b = Song("b.bms", "Bob", 2);
-  list.ListAdd(a);
-  list.ListAdd(b);
-  list.ListPlay(0);
-  Find<QPushButton>("cmdFF")->setEnabled(true);
-  Find<QPushButton>("cmdRew")->setEnabled(true);
-  Find<QPushButton>("cmdFF")->click();
-  EXPECT_EQ(window->playTag(), b);
-  EXPECT_EQ(list.currentIndex(), 1);
-  Find<QPushButton>("cmdFF")->click();  // the last one, no repeat: nothing
-  EXPECT_EQ(list.currentIndex(), 1);
-  QTest::keyPress(window.get(), Qt::Key_F1);
-  EXPECT_EQ(window->playTag(), a);
-  QTest::keyPress(window.get(), Qt::Key_F1);  // the first one: nothing
-  EXPECT_EQ(list.currentIndex(), 0);
-  QTest::keyPress(window.get(), Qt::Key_F4);
-  EXPECT_EQ(window->playTag(), b);
-  Find<QPushButton>("cmdRew")->click();
-  EXPECT_EQ(window->playTag(), a);
-}
-
-TEST_F(PlayerWindowTest, CaptionReachesTitleAndTrayIcon) {
+TEST_F(PlayerWindowTest, CaptionReachesTitleAndTrayIconAndAutoHideGivesThePlayTheWindow) {
   window->log().SetCaption("loading...");
   EXPECT_EQ(window->windowTitle(), "Vremo v0.26 release - loading...");
   auto* tray = window->findChild<QSystemTrayIcon*>();
@@ -312,12 +284,24 @@ TEST_F(PlayerWindowTest, CaptionReachesTitleAndTrayIcon) {
 
   // A loaded chart puts its genre, title and artist there, and the list
   // re-reads the entry that plays.
-  const std::string song = folder.Write(
-      "song.bms", Crlf({"#PLAYER 1", "#GENRE Drum", "#TITLE Old", "#ARTIST Ann", "#BPM 240", "#00111:01"}));
-  commands->playList().ListAdd(song);
-  folder.Write("song.bms", Crlf({"#PLAYER 1", "#GENRE Drum", "#TITLE New", "#ARTIST Ann", "#BPM 240", "#00111:01"}));
+  auto write = [&](const std::string& title) {
+    return folder.Write("song.bms",
+                        Crlf({"#PLAYER 1", "#GENRE Drum", "#TITLE " + title, "#ARTIST Ann", "#BPM 240", "#00111:01"}));
+  };
+  commands->playList().ListAdd(write("Old"));
+  write("New");
+  // With auto-hide the log and the seek bar give way only while playing.
+  auto* log = Find<QPlainTextEdit>("txtStatus");
+  auto* seek = Find<QScrollBar>("hscSeek");
+  Find<QCheckBox>("chkAutoHide")->setChecked(true);
+  EXPECT_TRUE(log->isVisible());
+  bool hiddenWhilePlaying = false;
+  WhenPlaying([&] { hiddenWhilePlaying = !log->isVisible() && !seek->isVisible(); });
   commands->playList().ListPlay(0);
-  ASSERT_TRUE(WaitFor([&] { return Log().contains("PlayLoop complete"); }));
+  ASSERT_TRUE(PlayEnds(1));
+  EXPECT_TRUE(hiddenWhilePlaying);
+  EXPECT_TRUE(log->isVisible());
+  EXPECT_TRUE(seek->isVisible());
   EXPECT_EQ(window->windowTitle(), "Vremo v0.26 release - [Drum] New / Ann");
   EXPECT_EQ(tray->toolTip(), "[Drum] New / Ann");
   EXPECT_EQ(commands->playListWindow().list()->item(0)->text().left(9), "Ann - New");

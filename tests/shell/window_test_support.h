@@ -67,10 +67,6 @@ class WindowTest : public ::testing::Test {
     if (withCommands) commands = std::make_unique<PlayerCommands>(*window, folder.path().string());
     window->StartUp();
   }
-  ~WindowTest() override {
-    commands.reset();
-    window.reset();
-  }
 
   template <typename T>
   T* Find(const char* name) {
@@ -89,7 +85,7 @@ class WindowTest : public ::testing::Test {
 
   TempFolder folder;
   std::unique_ptr<MainWindow> window;
-  std::unique_ptr<PlayerCommands> commands;
+  std::unique_ptr<PlayerCommands> commands;  // declared last: goes first
 };
 
 }  // namespace vremo::testing
