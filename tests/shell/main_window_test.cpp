@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QProcess>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QTest>
 #include <QTimer>
 
@@ -17,7 +18,6 @@
 #include "shell/draw_area.h"
 #include "shell/seek_bar.h"
 #include "shell/title_strip.h"
-#include "tests/chart/chart_fixture.h"
 #include "tests/shell/window_test_support.h"
 
 namespace vremo {
@@ -41,7 +41,7 @@ class MainWindowTest : public testing::WindowTest {
   }
 };
 
-TEST_F(MainWindowTest, LaneKeysJudgeOncePerLanePress) {
+TEST_F(MainWindowTest, LaneKeysJudgeOncePerLanePressAndReleaseEndsThePlay) {
   // Two notes of lane 11, at measures 1 and 2, slow enough to reach by seeking.
   const std::string chart =
       folder.Write("lane.bms", Crlf({"#PLAYER 1", "#TITLE lanes", "#BPM 60", "#00111:01", "#00211:01", "#00411:01"}));
@@ -77,13 +77,15 @@ TEST_F(MainWindowTest, LaneKeysJudgeOncePerLanePress) {
     Key(Qt::Key_A);
     EXPECT_NE(window->chart().objects[second].done, 0);
     KeyUp(Qt::Key_A);
-    window->RequestStop();
+    Find<QPushButton>("cmdDDRelease")->click();  // releasing the memories ends the play
+    EXPECT_TRUE(state.stopRequested);
   });
   window->RequestPlay(chart);
   ASSERT_TRUE(PlayEnds(1));
   EXPECT_TRUE(played);
   EXPECT_EQ(judged(), 2);
   EXPECT_EQ(score.poor, 0);
+  EXPECT_TRUE(Log().contains("releasing memories...\n  play-loop end.")) << Log().toStdString();
 }
 
 TEST_F(MainWindowTest, HotKeysStepTheRightListAndSwitchModes) {
@@ -135,7 +137,7 @@ TEST_F(MainWindowTest, HotKeysStepTheRightListAndSwitchModes) {
   EXPECT_TRUE(window->settings().userPlay);
 }
 
-TEST_F(MainWindowTest, AltEnterTwiceReturnsTheWindowWhereItWas) {
+TEST_F(MainWindowTest, AltEnterTwiceReturnsTheWindowAndTheSizeListSetsTheArea) {
   window->setGeometry(40, 50, 900, 700);
   Find<QCheckBox>("chkTitle")->setChecked(true);
   QApplication::processEvents();
@@ -159,21 +161,25 @@ TEST_F(MainWindowTest, AltEnterTwiceReturnsTheWindowWhereItWas) {
   // Enter alone is a lane key, not the switch.
   Key(Qt::Key_Return);
   EXPECT_FALSE(window->fullScreen());
-}
 
-TEST_F(MainWindowTest, ReleaseMemoriesStopsThePlay) {
-  const std::string chart = folder.Write("slow.bms", Crlf({"#TITLE slow", "#BPM 60", "#00111:01", "#03011:01"}));
-  bool stopRequested = false;
-  WhenPlaying([&] {
-    Find<QPushButton>("cmdDDRelease")->click();
-    stopRequested = window->engine().state().stopRequested;
-    // Ends a play that would otherwise run for two minutes.
-    QTimer::singleShot(200, window.get(), [this] { window->RequestStop(); });
-  });
-  window->RequestPlay(chart);
-  ASSERT_TRUE(PlayEnds(1));
-  EXPECT_TRUE(stopRequested);
-  EXPECT_TRUE(Log().contains("releasing memories...\n  play-loop end.")) << Log().toStdString();
+  auto* size = Find<QComboBox>("cmbSize");
+  auto choose = [&](const char* item, int pixels) {
+    size->setCurrentText(item);
+    emit size->textActivated(item);
+    EXPECT_TRUE(WaitFor([&] { return draw->size() == QSize(pixels, pixels); }))
+        << item << ": " << draw->width() << " x " << draw->height();
+  };
+  choose("2", 2 * kSizeUnitPixels);
+  // "Fixed size" keeps the area when the window grows; "Fit window" follows.
+  Find<QRadioButton>("optWSize1")->click();
+  window->resize(window->width() + 100, window->height() + 80);
+  WaitFor([&] { return window->height() >= 80 + 512; });
+  QCoreApplication::processEvents();
+  EXPECT_EQ(draw->size(), QSize(512, 512));
+  choose("1.5", 384);
+  Find<QRadioButton>("optWSize0")->click();
+  window->resize(window->width() + 100, window->height() + 100);
+  EXPECT_TRUE(WaitFor([&] { return draw->width() > 384 && draw->height() > 384; }));
 }
 
 // Also run on a screen scaled by 2 (QT_SCALE_FACTOR=2): the size list, the
@@ -225,9 +231,8 @@ TEST_F(MainWindowTest, ChartLoadsOnceShowsItsTextsAndAMissingOneDisablesPlay) {
   EXPECT_TRUE(Find<QPushButton>("cmdFF")->isEnabled());
 }
 
-// 400 measures of 2/4 (38400 units, past the 16-bit seek bar): fast up to the
-// last measures, then slow enough (a unit in 62.5 ms) that a note is hit to
-// the unit. Lane 11's note is left alone; lanes 12-14 are played.
+// 400 measures of 2/4 (38400 units, past the 16-bit seek bar), slow at the end
+// (a unit in 62.5 ms) so notes are hit to the unit; lane 11's is left alone.
 std::string LongSong() {
   std::vector<std::string> lines = {"#PLAYER 1", "#TITLE Long", "#BPM 10000", "#PLAYLEVEL 3"};
   for (int m = 0; m < 400; ++m) {
@@ -249,9 +254,8 @@ std::string LongSong() {
 
 using Hits = std::vector<std::pair<int32_t, int>>;  // note position, virtual-key code
 
-// A key script for the offline play: each key at the first step that reaches
-// its note, found by playing the chart offline once without keys (the
-// virtual clock starts at 0, as the offline render's does).
+// A key script for the offline render: each key at the first step reaching its
+// note, found by one keyless offline play (its clock starts at 0 as the render's).
 std::string OfflineKeyScript(const std::string& chartPath, const Hits& hits) {
   auto chart = std::make_unique<Chart>();
   MemoryLogSink sink;
@@ -301,8 +305,7 @@ TEST_F(MainWindowTest, LongSongPlaysFromTheStartAsTheOfflineRenderDoes) {
   const std::string rendered = folder.Read("render/vremoscore.txt");
   ASSERT_NE(rendered.find("1P - fGreat 3 Great 0 Good 0 Bad 0 Poor 1"), std::string::npos) << rendered;
 
-  // The same keys in the window, each pressed within half a unit of its note
-  // (the judgement rounds the distance to whole units).
+  // The same keys in the window, each within half a unit (judgements round to units).
   Find<QCheckBox>("chkUserPlay")->click();
   auto* seek = Find<SeekBar>("hscSeek");
   const PlayState& state = window->engine().state();
@@ -326,8 +329,7 @@ TEST_F(MainWindowTest, LongSongPlaysFromTheStartAsTheOfflineRenderDoes) {
   EXPECT_FALSE(Log().contains("Err: Range over"));
   EXPECT_EQ(folder.Read("vremoscore.txt"), rendered);
 
-  // The bar keeps its wrapped maximum and its 0, and takes no position it
-  // cannot hold; a seek to 0 from it still works.
+  // The bar keeps its wrapped maximum and 0, refuses what it cannot hold, seeks to 0.
   EXPECT_EQ(seek->writtenMaximum(), -27136);
   EXPECT_EQ(highestBarValue, 0);
   EXPECT_EQ(seek->value(), 0);

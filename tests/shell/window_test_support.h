@@ -52,11 +52,6 @@ T* FindControl(const QWidget& window, const char* name) {
   return control;
 }
 
-// What the main window's debug log box shows.
-inline QString LogText(const QWidget& window) {
-  return FindControl<QPlainTextEdit>(window, "txtStatus")->toPlainText();
-}
-
 // A started main window whose home is a fresh folder, with the command side
 // (list, list window, channel) attached when asked, as the program does.
 class WindowTest : public ::testing::Test {
@@ -72,7 +67,7 @@ class WindowTest : public ::testing::Test {
   T* Find(const char* name) {
     return FindControl<T>(*window, name);
   }
-  QString Log() { return LogText(*window); }
+  QString Log() { return FindControl<QPlainTextEdit>(*window, "txtStatus")->toPlainText(); }
   int LogCount(const QString& line) { return Log().count(line); }
   bool PlayEnds(int count) {
     return WaitFor([&] { return LogCount("PlayLoop complete") == count; });
