@@ -234,23 +234,6 @@ TEST_F(PlayerWindowTest, RecordSwitchLocksWhatWouldSpoilTheRecord) {
   for (QWidget* control : locked) EXPECT_TRUE(control->isEnabled()) << control->objectName().toStdString();
 }
 
-TEST_F(PlayerWindowTest, KeyButtonOpensTheDialogAndOkKeepsTheKeys) {
-  bool dialogSeen = false;
-  auto modal = [] { return qobject_cast<KeyConfigDialog*>(QApplication::activeModalWidget()); };
-  testing::WhenReady(
-      window.get(), [&] { return modal() != nullptr; },
-      [&] {
-        dialogSeen = true;
-        modal()->SelectLane(12);
-        QTest::keyClick(modal()->findChild<QWidget*>("picKeyDown"), Qt::Key_Q);
-        modal()->findChild<QPushButton*>("cmdOK")->click();
-      });
-  Find<QPushButton>("cmdKeyConf")->click();
-  EXPECT_TRUE(dialogSeen);
-  EXPECT_EQ(window->keyMap()['Q'], 12);
-  EXPECT_EQ(window->keyMap()['Z'], 11);  // the others stay
-}
-
 TEST_F(PlayerWindowTest, CaptionReachesTitleAndTrayIconAndAutoHideGivesThePlayTheWindow) {
   window->log().SetCaption("loading...");
   EXPECT_EQ(window->windowTitle(), "Vremo v0.26 release - loading...");
@@ -337,10 +320,23 @@ TEST(FileDialogFilter, WindowsFiltersBecomeQtFilters) {
   EXPECT_EQ(DialogFilter(""), "");
 }
 
-TEST_F(PlayerWindowTest, ShutDownSavesInItsOrderAndTheNextStartReadsItBack) {
+TEST_F(PlayerWindowTest, KeysFromTheDialogAndSettingsAreSavedInOrderAndReadBack) {
+  // The key button opens the dialog; its OK keeps the keys.
+  auto modal = [] { return qobject_cast<KeyConfigDialog*>(QApplication::activeModalWidget()); };
+  bool dialogSeen = false;
+  testing::WhenReady(
+      window.get(), [&] { return modal() != nullptr; },
+      [&] {
+        dialogSeen = true;
+        modal()->SelectLane(12);
+        QTest::keyClick(modal()->findChild<QWidget*>("picKeyDown"), Qt::Key_Q);
+        modal()->findChild<QPushButton*>("cmdOK")->click();
+      });
+  Find<QPushButton>("cmdKeyConf")->click();
+  EXPECT_TRUE(dialogSeen);
+  EXPECT_EQ(window->keyMap()['Q'], 12);
   commands->playList().ListAdd(Song("a.bms", "Ann", 2));
   Find<QComboBox>("cmbSleep")->setCurrentText("2");
-  window->keyMap()['Q'] = 12;
   window->close();
   const QString log = Log();
   const auto keys = log.indexOf("saving vrkeycnf.dat...");
@@ -358,6 +354,7 @@ TEST_F(PlayerWindowTest, ShutDownSavesInItsOrderAndTheNextStartReadsItBack) {
   window->StartUp();
   EXPECT_EQ(Find<QComboBox>("cmbSleep")->currentText(), "2");
   EXPECT_EQ(window->keyMap()['Q'], 12);
+  EXPECT_EQ(window->keyMap()['Z'], 11);  // the others stay
   EXPECT_TRUE(Log().contains("load complete."));
 }
 
