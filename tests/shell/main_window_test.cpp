@@ -5,14 +5,12 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QElapsedTimer>
 #include <QLabel>
-#include <QPlainTextEdit>
 #include <QProcess>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QTest>
 #include <QTimer>
-#include <functional>
 
 #include "chart/bms_reader.h"
 #include "chart/media_loader.h"
@@ -20,31 +18,18 @@
 #include "shell/draw_area.h"
 #include "shell/seek_bar.h"
 #include "shell/title_strip.h"
-#include "tests/chart/chart_fixture.h"
 #include "tests/shell/window_test_support.h"
 
 namespace vremo {
 namespace {
 
-using testing::App;
 using testing::Crlf;
-using testing::TempFolder;
 using testing::WaitFor;
 
-class MainWindowTest : public ::testing::Test {
+class MainWindowTest : public testing::WindowTest {
  protected:
-  MainWindowTest() {
-    App();
-    window = std::make_unique<MainWindow>(folder.path().string());
-    window->StartUp();
-  }
+  MainWindowTest() : WindowTest(false) {}
 
-  template <typename T>
-  T* Find(const char* name) {
-    return testing::FindControl<T>(*window, name);
-  }
-  QString Log() { return testing::LogText(*window); }
-  int LogCount(const QString& line) { return Log().count(line); }
   void Key(int key, Qt::KeyboardModifiers mods = Qt::NoModifier) { QTest::keyPress(window.get(), Qt::Key(key), mods); }
   void KeyUp(int key) { QTest::keyRelease(window.get(), Qt::Key(key)); }
   int32_t IndexOfNote(int channel, int nth) {
@@ -54,12 +39,9 @@ class MainWindowTest : public ::testing::Test {
     }
     return -1;
   }
-
-  TempFolder folder;
-  std::unique_ptr<MainWindow> window;
 };
 
-TEST_F(MainWindowTest, LaneKeysJudgeOncePerLanePress) {
+TEST_F(MainWindowTest, LaneKeysJudgeOncePerLanePressAndReleaseEndsThePlay) {
   // Two notes of lane 11, at measures 1 and 2, slow enough to reach by seeking.
   const std::string chart =
       folder.Write("lane.bms", Crlf({"#PLAYER 1", "#TITLE lanes", "#BPM 60", "#00111:01", "#00211:01", "#00411:01"}));
@@ -70,115 +52,92 @@ TEST_F(MainWindowTest, LaneKeysJudgeOncePerLanePress) {
 
   const PlayerScore& score = window->engine().scores().players[0];
   const PlayState& state = window->engine().state();
-  int32_t first = -1;
-  int32_t second = -1;
-  int judgedAfterFirst = -1;
-  bool secondPendingWhileHeld = false;
-  bool secondJudged = false;
-  int judgedAfterRepeat = -1;
   auto judged = [&] { return score.fGreat + score.great + score.good + score.bad + score.poor; };
-  std::function<void()> during = [&] {
-    // Runs inside the play loop's event pumping once the play has started.
-    if (!state.running) {
-      QTimer::singleShot(5, during);
-      return;
-    }
-    first = IndexOfNote(11, 0);
-    second = IndexOfNote(11, 1);
+  bool played = false;
+  WhenPlaying([&] {
+    played = true;
+    const int32_t first = IndexOfNote(11, 0);
+    const int32_t second = IndexOfNote(11, 1);
+    ASSERT_GE(first, 0);
     window->SeekTo(188);
     WaitFor([&] { return state.lanePendingNote[0] == first; });
     Key(Qt::Key_Z);
-    judgedAfterFirst = judged();
+    EXPECT_EQ(judged(), 1);
+    EXPECT_NE(window->chart().objects[first].done, 0);
     // Auto-repeat of the held key does nothing more.
     QTest::keyPress(window.get(), Qt::Key_Z);
     QTest::sendKeyEvent(QTest::KeyAction::Press, window.get(), Qt::Key_Z, "z", Qt::NoModifier);
-    judgedAfterRepeat = judged();
+    EXPECT_EQ(judged(), 1);
     window->SeekTo(380);
     WaitFor([&] { return state.lanePendingNote[0] == second; });
     Key(Qt::Key_A);  // a second key of the held lane
-    secondPendingWhileHeld = state.lanePendingNote[0] == second && window->chart().objects[second].done == 0;
+    EXPECT_TRUE(state.lanePendingNote[0] == second && window->chart().objects[second].done == 0);
     KeyUp(Qt::Key_Z);
     KeyUp(Qt::Key_A);
     Key(Qt::Key_A);
-    secondJudged = window->chart().objects[second].done != 0;
+    EXPECT_NE(window->chart().objects[second].done, 0);
     KeyUp(Qt::Key_A);
-    window->RequestStop();
-  };
-  QTimer::singleShot(0, during);
+    Find<QPushButton>("cmdDDRelease")->click();  // releasing the memories ends the play
+    EXPECT_TRUE(state.stopRequested);
+  });
   window->RequestPlay(chart);
-  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
-  ASSERT_GE(first, 0);
-  EXPECT_EQ(judgedAfterFirst, 1);
-  EXPECT_EQ(judgedAfterRepeat, 1);
-  EXPECT_NE(window->chart().objects[first].done, 0);
-  EXPECT_TRUE(secondPendingWhileHeld);
-  EXPECT_TRUE(secondJudged);
+  ASSERT_TRUE(PlayEnds(1));
+  EXPECT_TRUE(played);
   EXPECT_EQ(judged(), 2);
   EXPECT_EQ(score.poor, 0);
+  EXPECT_TRUE(Log().contains("releasing memories...\n  play-loop end.")) << Log().toStdString();
 }
 
-TEST_F(MainWindowTest, DigitHotKeysStepTheRightList) {
+TEST_F(MainWindowTest, HotKeysStepTheRightListAndSwitchModes) {
   auto* hispeed = Find<QComboBox>("cmbHispeed");
   auto* freq = Find<QComboBox>("cmbFreq");
   auto* sleep = Find<QComboBox>("cmbSleep");
   // A fresh install: HiSpeed 1, speed 1, Sleep 5.
   EXPECT_EQ(hispeed->currentText(), "1");
   EXPECT_EQ(sleep->currentText(), "5");
-
-  Key(Qt::Key_4);
-  EXPECT_EQ(window->statusMessage(), "HiSpeed: 1 (1:Down/2:Up)");
-  Key(Qt::Key_2);
+  auto says = [&](int key, const char* status) {
+    Key(key);
+    EXPECT_EQ(window->statusMessage(), status) << key;
+  };
+  says(Qt::Key_4, "HiSpeed: 1 (1:Down/2:Up)");
+  says(Qt::Key_2, "HiSpeed: 1.25 (1:Down/2:Up)");
   EXPECT_EQ(hispeed->currentText(), "1.25");
   EXPECT_FLOAT_EQ(window->settings().hiSpeed, 1.25f);
-  EXPECT_EQ(window->statusMessage(), "HiSpeed: 1.25 (1:Down/2:Up)");
   KeyUp(Qt::Key_4);
-
-  Key(Qt::Key_3);
-  EXPECT_EQ(window->statusMessage(), "Real HiSpeed: 1 (1:Down/2:Up)");
-  Key(Qt::Key_1);
+  says(Qt::Key_3, "Real HiSpeed: 1 (1:Down/2:Up)");
+  says(Qt::Key_1, "Real HiSpeed: 0.9 (1:Down/2:Up)");
   EXPECT_EQ(freq->currentText(), "0.9");
   EXPECT_FLOAT_EQ(window->settings().realHiSpeed, 0.9f);
-  EXPECT_EQ(window->statusMessage(), "Real HiSpeed: 0.9 (1:Down/2:Up)");
   KeyUp(Qt::Key_3);
-
-  Key(Qt::Key_1);
+  says(Qt::Key_1, "Sleep: 4 (1:Down/2:Up)");
   EXPECT_EQ(sleep->currentText(), "4");
   EXPECT_EQ(window->settings().sleepMs, 4);
-  EXPECT_EQ(window->statusMessage(), "Sleep: 4 (1:Down/2:Up)");
   EXPECT_EQ(hispeed->currentText(), "1.25");
   EXPECT_EQ(freq->currentText(), "0.9");
 
   // At the first entry "1" changes nothing and shows nothing new.
   sleep->setCurrentIndex(0);
   Key(Qt::Key_5);
-  Key(Qt::Key_1);
+  says(Qt::Key_1, "BGA: Off");
   EXPECT_EQ(sleep->currentText(), "0");
-  EXPECT_EQ(window->statusMessage(), "BGA: Off");
   EXPECT_FALSE(window->settings().showBga);
-  Key(Qt::Key_6);
-  EXPECT_EQ(window->statusMessage(), "BG-VLine: On");
+  says(Qt::Key_6, "BG-VLine: On");
   EXPECT_TRUE(window->settings().showVLine);
-}
 
-TEST_F(MainWindowTest, F7AndF8SwitchUserPlayAndDemo) {
-  Key(Qt::Key_F7);
+  // F7 and F8: user play and demo; while recording F7 may not touch user play.
+  says(Qt::Key_F7, "UserPlay: On");
   EXPECT_TRUE(window->settings().userPlay);
-  EXPECT_EQ(window->statusMessage(), "UserPlay: On");
-  Key(Qt::Key_F7);
+  says(Qt::Key_F7, "UserPlay: Off");
   EXPECT_FALSE(window->settings().userPlay);
-  EXPECT_EQ(window->statusMessage(), "UserPlay: Off");
-  Key(Qt::Key_F8);
+  says(Qt::Key_F8, "DEMO: On");
   EXPECT_TRUE(window->settings().demoMode);
-  EXPECT_EQ(window->statusMessage(), "DEMO: On");
-  // While recording, F7 may not touch the user-play switch.
   Find<QCheckBox>("chkUserRecord")->click();
   EXPECT_TRUE(window->settings().userPlay);
-  Key(Qt::Key_F7);
+  says(Qt::Key_F7, "DEMO: On");
   EXPECT_TRUE(window->settings().userPlay);
-  EXPECT_EQ(window->statusMessage(), "DEMO: On");
 }
 
-TEST_F(MainWindowTest, AltEnterTwiceReturnsTheWindowWhereItWas) {
+TEST_F(MainWindowTest, AltEnterTwiceReturnsTheWindowAndTheSizeListSetsTheArea) {
   window->setGeometry(40, 50, 900, 700);
   Find<QCheckBox>("chkTitle")->setChecked(true);
   QApplication::processEvents();
@@ -202,27 +161,25 @@ TEST_F(MainWindowTest, AltEnterTwiceReturnsTheWindowWhereItWas) {
   // Enter alone is a lane key, not the switch.
   Key(Qt::Key_Return);
   EXPECT_FALSE(window->fullScreen());
-}
 
-TEST_F(MainWindowTest, ReleaseMemoriesStopsThePlay) {
-  const std::string chart = folder.Write("slow.bms", Crlf({"#TITLE slow", "#BPM 60", "#00111:01", "#03011:01"}));
-  const PlayState& state = window->engine().state();
-  bool stopRequested = false;
-  std::function<void()> during = [&] {
-    if (!state.running) {
-      QTimer::singleShot(5, window.get(), during);
-      return;
-    }
-    Find<QPushButton>("cmdDDRelease")->click();
-    stopRequested = state.stopRequested;
-    // Ends a play that would otherwise run for two minutes.
-    QTimer::singleShot(200, window.get(), [this] { window->RequestStop(); });
+  auto* size = Find<QComboBox>("cmbSize");
+  auto choose = [&](const char* item, int pixels) {
+    size->setCurrentText(item);
+    emit size->textActivated(item);
+    EXPECT_TRUE(WaitFor([&] { return draw->size() == QSize(pixels, pixels); }))
+        << item << ": " << draw->width() << " x " << draw->height();
   };
-  QTimer::singleShot(0, during);
-  window->RequestPlay(chart);
-  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
-  EXPECT_TRUE(stopRequested);
-  EXPECT_TRUE(Log().contains("releasing memories...\n  play-loop end.")) << Log().toStdString();
+  choose("2", 2 * kSizeUnitPixels);
+  // "Fixed size" keeps the area when the window grows; "Fit window" follows.
+  Find<QRadioButton>("optWSize1")->click();
+  window->resize(window->width() + 100, window->height() + 80);
+  WaitFor([&] { return window->height() >= 80 + 512; });
+  QCoreApplication::processEvents();
+  EXPECT_EQ(draw->size(), QSize(512, 512));
+  choose("1.5", 384);
+  Find<QRadioButton>("optWSize0")->click();
+  window->resize(window->width() + 100, window->height() + 100);
+  EXPECT_TRUE(WaitFor([&] { return draw->width() > 384 && draw->height() > 384; }));
 }
 
 // Also run on a screen scaled by 2 (QT_SCALE_FACTOR=2): the size list, the
@@ -239,20 +196,32 @@ TEST_F(MainWindowTest, DrawingAreaAndSurfacesShareOneUnit) {
   EXPECT_EQ(draw->frame().size(), QSize(256, 256));
 }
 
-TEST_F(MainWindowTest, PlayingTheSameChartTwiceLoadsItOnce) {
-  const std::string chart = folder.Write("short.bms", Crlf({"#TITLE once", "#BPM 240", "#00011:01"}));
+TEST_F(MainWindowTest, ChartLoadsOnceShowsItsTextsAndAMissingOneDisablesPlay) {
+  const std::string chart = folder.Write("info.bms", Crlf({"#TITLE Song", "#ARTIST Someone", "#PLAYLEVEL 9", "#RANK 5",
+                                                           "#PLAYER 3", "#BPM 240", "#00011:01"}));
   Find<QCheckBox>("chkSet13")->setChecked(true);  // DontWait
   window->RequestPlay(chart);
-  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
+  ASSERT_TRUE(PlayEnds(1));
   window->RequestPlay(chart);
-  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 2; }));
+  ASSERT_TRUE(PlayEnds(2));
   EXPECT_EQ(LogCount("BMS load --------"), 1);
-  EXPECT_EQ(LogCount("* title:once"), 1);
+  EXPECT_EQ(LogCount("* title:Song"), 1);
   EXPECT_TRUE(Find<QPushButton>("cmdPlay")->isEnabled());
-  EXPECT_EQ(window->Caption(), "Vremo v0.26 release - [] once / ");
-}
+  EXPECT_EQ(window->Caption(), "Vremo v0.26 release - [] Song / Someone");
+  auto* title = Find<TitleStrip>("picTitle");
+  EXPECT_EQ(title->firstLine(), "Song - Someone");
+  EXPECT_EQ(title->secondLine(), QString::fromUtf8("[?????] ★★★★★★★★★Double"));
+  Chart other;
+  other.playLevel = 2;
+  other.rank = 1;
+  other.player = 7;
+  const std::vector<TitleRun> runs = SongInfoRuns(other);
+  QString line;
+  for (const TitleRun& run : runs) line += run.text;
+  EXPECT_EQ(line, QString::fromUtf8("[Hard] ★★☆☆☆☆Unknown"));
+  EXPECT_EQ(runs[1].colour, QColor(255, 255, 0));
+  EXPECT_EQ(runs[6].colour, QColor(255, 0, 0));
 
-TEST_F(MainWindowTest, MissingChartDisablesPlayStopAndReload) {
   window->RequestPlay((folder.path() / "gone.bms").string());
   ASSERT_TRUE(WaitFor([&] { return Log().contains("BMS load error"); }));
   EXPECT_TRUE(Log().contains("Err[not exist] :gone.bms"));
@@ -262,49 +231,8 @@ TEST_F(MainWindowTest, MissingChartDisablesPlayStopAndReload) {
   EXPECT_TRUE(Find<QPushButton>("cmdFF")->isEnabled());
 }
 
-TEST_F(MainWindowTest, SongInformationTexts) {
-  const std::string chart = folder.Write("info.bms", Crlf({"#TITLE Song", "#ARTIST Someone", "#PLAYLEVEL 9", "#RANK 5",
-                                                           "#PLAYER 3", "#BPM 240", "#00011:01"}));
-  Find<QCheckBox>("chkSet13")->setChecked(true);
-  window->RequestPlay(chart);
-  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
-  auto* title = Find<TitleStrip>("picTitle");
-  EXPECT_EQ(title->firstLine(), "Song - Someone");
-  EXPECT_EQ(title->secondLine(), QString::fromUtf8("[?????] ★★★★★★★★★Double"));
-
-  Chart other;
-  other.playLevel = 2;
-  other.rank = 1;
-  other.player = 7;
-  QString line;
-  for (const TitleRun& run : SongInfoRuns(other)) line += run.text;
-  EXPECT_EQ(line, QString::fromUtf8("[Hard] ★★☆☆☆☆Unknown"));
-  const std::vector<TitleRun> runs = SongInfoRuns(other);
-  EXPECT_EQ(runs[1].colour, QColor(255, 255, 0));
-  EXPECT_EQ(runs[6].colour, QColor(255, 0, 0));
-}
-
-TEST_F(MainWindowTest, ShutDownWritesSettingsAndKeyMap) {
-  Find<QComboBox>("cmbSleep")->setCurrentText("2");
-  window->keyMap()['Q'] = 12;
-  window->close();
-  const std::string ini = ReadFileBytes((folder.path() / "vremo.ini").string());
-  EXPECT_NE(ini.find("\r\nSleep=2\r\n"), std::string::npos);
-  const std::string keys = ReadFileBytes((folder.path() / "vrkeycnf.dat").string());
-  ASSERT_EQ(keys.size(), 512u);
-  EXPECT_EQ(keys[2 * 'Q'], 12);
-
-  // The next start reads them back.
-  window = std::make_unique<MainWindow>(folder.path().string());
-  window->StartUp();
-  EXPECT_EQ(Find<QComboBox>("cmbSleep")->currentText(), "2");
-  EXPECT_EQ(window->keyMap()['Q'], 12);
-  EXPECT_TRUE(Log().contains("load complete."));
-}
-
-// 400 measures of 2/4 (38400 units, past the 16-bit seek bar): fast up to the
-// last measures, then slow enough (a unit in 62.5 ms) that a note is hit to
-// the unit. Lane 11's note is left alone; lanes 12-14 are played.
+// 400 measures of 2/4 (38400 units, past the 16-bit seek bar), slow at the end
+// (a unit in 62.5 ms) so notes are hit to the unit; lane 11's is left alone.
 std::string LongSong() {
   std::vector<std::string> lines = {"#PLAYER 1", "#TITLE Long", "#BPM 10000", "#PLAYLEVEL 3"};
   for (int m = 0; m < 400; ++m) {
@@ -326,9 +254,8 @@ std::string LongSong() {
 
 using Hits = std::vector<std::pair<int32_t, int>>;  // note position, virtual-key code
 
-// A key script for the offline play: each key at the first step that reaches
-// its note, found by playing the chart offline once without keys (the
-// virtual clock starts at 0, as the offline render's does).
+// A key script for the offline render: each key at the first step reaching its
+// note, found by one keyless offline play (its clock starts at 0 as the render's).
 std::string OfflineKeyScript(const std::string& chartPath, const Hits& hits) {
   auto chart = std::make_unique<Chart>();
   MemoryLogSink sink;
@@ -338,7 +265,7 @@ std::string OfflineKeyScript(const std::string& chartPath, const Hits& hits) {
   if (LoadChart(chartPath, *chart, context) != kLoadOk) return {};
   Settings settings;
   SilentSoundBank sounds;
-  const KeyMap keys = DefaultKeyMap();
+  const KeyMap keys = DefaultKeyMap();  // the play keeps a reference
   VirtualClock clock;
   HeadlessOptions options;
   std::string script;
@@ -365,9 +292,9 @@ TEST_F(MainWindowTest, LongSongPlaysFromTheStartAsTheOfflineRenderDoes) {
   const std::string script = OfflineKeyScript(chart, hits);
   ASSERT_FALSE(script.empty());
   folder.Write("keys.txt", script);
+  std::filesystem::create_directories(folder.Path("render"));
   QProcess render;
   QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-  std::filesystem::create_directories(folder.Path("render"));
   env.insert("VREMO_HOME", QString::fromStdString(folder.Path("render")));
   render.setProcessEnvironment(env);
   render.start(VREMO_EXECUTABLE,
@@ -378,8 +305,7 @@ TEST_F(MainWindowTest, LongSongPlaysFromTheStartAsTheOfflineRenderDoes) {
   const std::string rendered = folder.Read("render/vremoscore.txt");
   ASSERT_NE(rendered.find("1P - fGreat 3 Great 0 Good 0 Bad 0 Poor 1"), std::string::npos) << rendered;
 
-  // The same keys in the window, each pressed within half a unit of its note
-  // (the judgement rounds the distance to whole units).
+  // The same keys in the window, each within half a unit (judgements round to units).
   Find<QCheckBox>("chkUserPlay")->click();
   auto* seek = Find<SeekBar>("hscSeek");
   const PlayState& state = window->engine().state();
@@ -397,14 +323,13 @@ TEST_F(MainWindowTest, LongSongPlaysFromTheStartAsTheOfflineRenderDoes) {
   };
   QTimer::singleShot(0, watch);
   window->RequestPlay(chart);
-  ASSERT_TRUE(WaitFor([&] { return LogCount("PlayLoop complete") == 1; }));
+  ASSERT_TRUE(PlayEnds(1));
   finished = true;
   EXPECT_EQ(pressed, hits.size());
   EXPECT_FALSE(Log().contains("Err: Range over"));
   EXPECT_EQ(folder.Read("vremoscore.txt"), rendered);
 
-  // The bar keeps its wrapped maximum and its 0, and takes no position it
-  // cannot hold; a seek to 0 from it still works.
+  // The bar keeps its wrapped maximum and 0, refuses what it cannot hold, seeks to 0.
   EXPECT_EQ(seek->writtenMaximum(), -27136);
   EXPECT_EQ(highestBarValue, 0);
   EXPECT_EQ(seek->value(), 0);

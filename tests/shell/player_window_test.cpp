@@ -1,6 +1,5 @@
-// The player's windows with the command side attached: the play-list window
-// (rows, caption, keys, dragging), files dropped on the main window, play
-// records from the window, the record switch, auto-hide and the size list.
+// The player's windows with the command side attached: the play-list window,
+// dropped files and records, switches, sizes, captions, partners and exit.
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -11,49 +10,26 @@
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QRadioButton>
 #include <QScrollBar>
 #include <QSystemTrayIcon>
 #include <QTest>
-#include <QTimer>
 #include <filesystem>
 
 #include "shell/file_dialog_filter.h"
 #include "shell/key_config_dialog.h"
-#include "shell/main_window.h"
 #include "shell/play_list_window.h"
-#include "shell/player_commands.h"
 #include "shell/record_file.h"
-#include "tests/chart/chart_fixture.h"
 #include "tests/shell/window_test_support.h"
 
 namespace vremo {
 namespace {
 
-using testing::App;
 using testing::Crlf;
-using testing::TempFolder;
 using testing::WaitFor;
 
-class PlayerWindowTest : public ::testing::Test {
+class PlayerWindowTest : public testing::WindowTest {
  protected:
-  PlayerWindowTest() {
-    App();
-    std::filesystem::create_directories(folder.Path("home"));
-    window = std::make_unique<MainWindow>(folder.Path("home"));
-    commands = std::make_unique<PlayerCommands>(*window, folder.Path("home"));
-    window->StartUp();
-  }
-  ~PlayerWindowTest() override {
-    commands.reset();
-    window.reset();
-  }
-
-  template <typename T>
-  T* Find(const char* name) {
-    return testing::FindControl<T>(*window, name);
-  }
-  QString Log() { return testing::LogText(*window); }
+  PlayerWindowTest() : WindowTest(true) {}
 
   // A chart of `measures` 4/4 measures at 120 BPM (two seconds each).
   std::string Song(const std::string& name, const std::string& artist, int measures) {
@@ -62,20 +38,12 @@ class PlayerWindowTest : public ::testing::Test {
     return folder.Write("songs/" + name,
                         Crlf({"#PLAYER 1", "#ARTIST " + artist, "#TITLE " + name, "#BPM 120", "#00111:01", last}));
   }
-
-  void Drop(const std::vector<std::string>& paths) { window->FilesDropped(paths); }
-
   std::vector<std::string> Titles() {
     std::vector<std::string> titles;
     for (const auto& entry : commands->playList().entries()) titles.push_back(entry.title);
     return titles;
   }
-
   QMessageBox* Message() { return window->findChild<QMessageBox*>("messageBox"); }
-
-  TempFolder folder;
-  std::unique_ptr<MainWindow> window;
-  std::unique_ptr<PlayerCommands> commands;
 };
 
 TEST_F(PlayerWindowTest, PlayListRowsCaptionAndKeys) {
@@ -96,8 +64,7 @@ TEST_F(PlayerWindowTest, PlayListRowsCaptionAndKeys) {
   EXPECT_EQ(listWindow.windowTitle().toStdString().substr(0, 19), "PlayList [3songs/00");
   EXPECT_TRUE(listWindow.windowTitle().endsWith("] - New List"));
 
-  // Alt+Down moves the selected entry and keeps it selected; Alt+Up at the
-  // top does nothing.
+  // Alt+Down moves the selected entry, still selected; Alt+Up at the top: nothing.
   rows->setCurrentRow(0);
   QTest::keyClick(rows, Qt::Key_Down, Qt::AltModifier);
   EXPECT_EQ(Titles(), (std::vector<std::string>{"b.bms", "a.bms", "c.bms"}));
@@ -137,10 +104,30 @@ TEST_F(PlayerWindowTest, PlayListRowsCaptionAndKeys) {
   EXPECT_EQ(rows->currentRow(), 0);
 }
 
-TEST_F(PlayerWindowTest, DraggingARowMovesItsEntry) {
+TEST_F(PlayerWindowTest, RowsDragAndTransportWalksTheList) {
   PlayList& list = commands->playList();
   PlayListWindow& listWindow = commands->playListWindow();
-  for (const char* name : {"a.bms", "b.bms", "c.bms", "d.bms"}) list.ListAdd(Song(name, "X", 2));
+  std::vector<std::string> paths;
+  for (const char* name : {"a.bms", "b.bms", "c.bms", "d.bms"}) paths.push_back(Song(name, "X", 2));
+  for (const std::string& path : paths) list.ListAdd(path);
+
+  // FF and F4 step on, Rew and F1 back; nothing past either end.
+  list.ListPlay(2);
+  for (const char* button : {"cmdFF", "cmdRew"}) Find<QPushButton>(button)->setEnabled(true);
+  Find<QPushButton>("cmdFF")->click();
+  EXPECT_EQ(window->playTag(), paths[3]);
+  Find<QPushButton>("cmdFF")->click();  // the last one, no repeat: nothing
+  EXPECT_EQ(list.currentIndex(), 3);
+  QTest::keyPress(window.get(), Qt::Key_F1);
+  EXPECT_EQ(window->playTag(), paths[2]);
+  Find<QPushButton>("cmdRew")->click();
+  EXPECT_EQ(window->playTag(), paths[1]);
+  QTest::keyPress(window.get(), Qt::Key_F4);
+  EXPECT_EQ(window->playTag(), paths[2]);
+  list.ListPlay(0);
+  QTest::keyPress(window.get(), Qt::Key_F1);  // the first one: nothing
+  EXPECT_EQ(list.currentIndex(), 0);
+
   listWindow.show();
   QListWidget* rows = listWindow.list();
   ASSERT_TRUE(WaitFor([&] { return rows->isVisible(); }));
@@ -175,29 +162,28 @@ TEST_F(PlayerWindowTest, DroppedFilesGoToTheListOrTheRecord) {
   const std::string c = Song("c.bms", "Cid", 2);
 
   // One chart: a new list of one, played, the list window stays hidden.
-  Drop({b});
+  window->FilesDropped({b});
   EXPECT_EQ(Titles(), (std::vector<std::string>{"b.bms"}));
   EXPECT_EQ(window->playTag(), b);
   EXPECT_FALSE(commands->playListWindow().isVisible());
 
   // Several: the list window opens with all of them, the first plays.
-  Drop({c, a});
+  window->FilesDropped({c, a});
   EXPECT_EQ(Titles(), (std::vector<std::string>{"c.bms", "a.bms"}));
   EXPECT_EQ(window->playTag(), c);
   EXPECT_TRUE(commands->playListWindow().isVisible());
 
   // A list file replaces the list and plays its first entry.
   list.ListClear();
-  list.ListAdd(a);
-  list.ListAdd(b);
+  for (const std::string& path : {a, b}) list.ListAdd(path);
   list.ListSave(folder.Path("two.vrl"));
   list.ListClear();
-  Drop({folder.Path("two.vrl")});
+  window->FilesDropped({folder.Path("two.vrl")});
   EXPECT_EQ(Titles(), (std::vector<std::string>{"a.bms", "b.bms"}));
   EXPECT_EQ(window->playTag(), a);
 
   // A folder brings every chart under it.
-  Drop({folder.Path("songs")});
+  window->FilesDropped({folder.Path("songs")});
   EXPECT_EQ(Titles(), (std::vector<std::string>{"a.bms", "b.bms", "c.bms"}));
 
   // A record of another chart: the message, and the record stays empty.
@@ -208,7 +194,7 @@ TEST_F(PlayerWindowTest, DroppedFilesGoToTheListOrTheRecord) {
   RecordChart other = RecordChartOf(window->chart());
   other.bmsId += 1;
   ASSERT_TRUE(SaveRecord(folder.Path("other.vpd"), presses, other));
-  Drop({folder.Path("other.vpd"), a});
+  window->FilesDropped({folder.Path("other.vpd"), a});
   QMessageBox* box = Message();
   ASSERT_NE(box, nullptr);
   EXPECT_EQ(box->text(), "this record file cannot use for this BMS!");
@@ -221,7 +207,7 @@ TEST_F(PlayerWindowTest, DroppedFilesGoToTheListOrTheRecord) {
 
   // One of this chart: loaded, with its J-Pts lines.
   ASSERT_TRUE(SaveRecord(folder.Path("mine.VPD"), presses, RecordChartOf(window->chart())));
-  Drop({folder.Path("mine.VPD")});
+  window->FilesDropped({folder.Path("mine.VPD")});
   EXPECT_EQ(Message(), nullptr);
   EXPECT_EQ(window->engine().record().length(), 2);
   EXPECT_EQ(window->engine().record().Entry(1).position, 250);
@@ -229,142 +215,51 @@ TEST_F(PlayerWindowTest, DroppedFilesGoToTheListOrTheRecord) {
 }
 
 TEST_F(PlayerWindowTest, RecordSwitchLocksWhatWouldSpoilTheRecord) {
-  auto* record = Find<QCheckBox>("chkUserRecord");
   auto* userPlay = Find<QCheckBox>("chkUserPlay");
   auto* playKeySound = Find<QCheckBox>("chkSet5");
   auto* playRec = Find<QCheckBox>("chkSet6");
   auto* showRec = Find<QCheckBox>("chkSet7");
-  auto* save = Find<QPushButton>("cmdRecSave");
-  auto* load = Find<QPushButton>("cmdRecLoad");
-  playRec->setChecked(true);
-  showRec->setChecked(true);
-  playKeySound->setChecked(true);
-
+  const std::initializer_list<QWidget*> locked{playRec, showRec, Find<QPushButton>("cmdRecSave"),
+                                               Find<QPushButton>("cmdRecLoad"), userPlay};
+  const std::initializer_list<QCheckBox*> spoiling{playRec, showRec, playKeySound};
+  for (QCheckBox* box : spoiling) box->setChecked(true);
+  auto* record = Find<QCheckBox>("chkUserRecord");
   record->click();
   EXPECT_TRUE(window->settings().userRec);
   EXPECT_TRUE(userPlay->isChecked());
-  EXPECT_FALSE(playRec->isChecked());
-  EXPECT_FALSE(showRec->isChecked());
-  EXPECT_FALSE(playKeySound->isChecked());
-  for (QWidget* control : std::initializer_list<QWidget*>{playRec, showRec, save, load, userPlay}) {
-    EXPECT_FALSE(control->isEnabled()) << control->objectName().toStdString();
-  }
-
+  for (QCheckBox* box : spoiling) EXPECT_FALSE(box->isChecked()) << box->objectName().toStdString();
+  for (QWidget* control : locked) EXPECT_FALSE(control->isEnabled()) << control->objectName().toStdString();
   record->click();
   EXPECT_FALSE(window->settings().userRec);
-  for (QWidget* control : std::initializer_list<QWidget*>{playRec, showRec, save, load, userPlay}) {
-    EXPECT_TRUE(control->isEnabled()) << control->objectName().toStdString();
-  }
+  for (QWidget* control : locked) EXPECT_TRUE(control->isEnabled()) << control->objectName().toStdString();
 }
 
-TEST_F(PlayerWindowTest, AutoHideGivesThePlayTheWindow) {
-  const std::string song = Song("a.bms", "Ann", 40);
-  auto* log = Find<QPlainTextEdit>("txtStatus");
-  auto* seek = Find<QScrollBar>("hscSeek");
-  Find<QCheckBox>("chkAutoHide")->setChecked(true);
-  EXPECT_TRUE(log->isVisible());  // only while playing
-
-  bool hiddenWhilePlaying = false;
-  std::function<void()> during = [&] {
-    if (!window->engine().state().running) {
-      QTimer::singleShot(5, during);
-      return;
-    }
-    hiddenWhilePlaying = !log->isVisible() && !seek->isVisible();
-    window->RequestStop();
-  };
-  QTimer::singleShot(0, during);
-  window->RequestPlay(song);
-  ASSERT_TRUE(WaitFor([&] { return Log().contains("PlayLoop complete"); }));
-  EXPECT_TRUE(hiddenWhilePlaying);
-  EXPECT_TRUE(log->isVisible());
-  EXPECT_TRUE(seek->isVisible());
-}
-
-TEST_F(PlayerWindowTest, SizeListSetsTheDrawingArea) {
-  auto* size = Find<QComboBox>("cmbSize");
-  QWidget* draw = Find<QWidget>("picDraw");
-  for (const char* item : {"1.5", "2"}) {
-    const int wanted = static_cast<int>(kSizeUnitPixels * QString(item).toDouble());
-    size->setCurrentText(item);
-    emit size->textActivated(item);
-    EXPECT_TRUE(WaitFor([&] { return draw->width() == wanted && draw->height() == wanted; }))
-        << item << ": " << draw->width() << " x " << draw->height();
-  }
-
-  // "Fixed size" keeps the area when the window grows; "Fit window" follows.
-  Find<QRadioButton>("optWSize1")->click();
-  window->resize(window->width() + 100, window->height() + 80);
-  WaitFor([&] { return window->height() >= 80 + 512; });
-  QCoreApplication::processEvents();
-  EXPECT_EQ(draw->size(), QSize(512, 512));
-  size->setCurrentText("1.5");
-  emit size->textActivated("1.5");
-  EXPECT_TRUE(WaitFor([&] { return draw->size() == QSize(384, 384); }));
-  Find<QRadioButton>("optWSize0")->click();
-  window->resize(window->width() + 100, window->height() + 100);
-  EXPECT_TRUE(WaitFor([&] { return draw->width() > 384 && draw->height() > 384; }));
-}
-
-TEST_F(PlayerWindowTest, KeyButtonOpensTheDialogAndOkKeepsTheKeys) {
-  bool dialogSeen = false;
-  std::function<void()> inDialog = [&] {
-    auto* dialog = qobject_cast<KeyConfigDialog*>(QApplication::activeModalWidget());
-    if (dialog == nullptr) {
-      QTimer::singleShot(5, inDialog);
-      return;
-    }
-    dialogSeen = true;
-    dialog->SelectLane(12);
-    QTest::keyClick(dialog->findChild<QWidget*>("picKeyDown"), Qt::Key_Q);
-    dialog->findChild<QPushButton*>("cmdOK")->click();
-  };
-  QTimer::singleShot(0, inDialog);
-  Find<QPushButton>("cmdKeyConf")->click();
-  EXPECT_TRUE(dialogSeen);
-  EXPECT_EQ(window->keyMap()['Q'], 12);
-  EXPECT_EQ(window->keyMap()['Z'], 11);  // the others stay
-}
-
-TEST_F(PlayerWindowTest, TransportButtonsAndKeysWalkTheList) {
-  PlayList& list = commands->playList();
-  const std::string a = Song("a.bms", "Ann", 2);
-  const std::string b = Song("b.bms", "Bob", 2);
-  list.ListAdd(a);
-  list.ListAdd(b);
-  list.ListPlay(0);
-  Find<QPushButton>("cmdFF")->setEnabled(true);
-  Find<QPushButton>("cmdRew")->setEnabled(true);
-  Find<QPushButton>("cmdFF")->click();
-  EXPECT_EQ(window->playTag(), b);
-  EXPECT_EQ(list.currentIndex(), 1);
-  Find<QPushButton>("cmdFF")->click();  // the last one, no repeat: nothing
-  EXPECT_EQ(list.currentIndex(), 1);
-  QTest::keyPress(window.get(), Qt::Key_F1);
-  EXPECT_EQ(window->playTag(), a);
-  QTest::keyPress(window.get(), Qt::Key_F1);  // the first one: nothing
-  EXPECT_EQ(list.currentIndex(), 0);
-  QTest::keyPress(window.get(), Qt::Key_F4);
-  EXPECT_EQ(window->playTag(), b);
-  Find<QPushButton>("cmdRew")->click();
-  EXPECT_EQ(window->playTag(), a);
-}
-
-TEST_F(PlayerWindowTest, CaptionReachesTitleAndTrayIcon) {
+TEST_F(PlayerWindowTest, CaptionReachesTitleAndTrayIconAndAutoHideGivesThePlayTheWindow) {
   window->log().SetCaption("loading...");
   EXPECT_EQ(window->windowTitle(), "Vremo v0.26 release - loading...");
   auto* tray = window->findChild<QSystemTrayIcon*>();
   ASSERT_NE(tray, nullptr);
   EXPECT_EQ(tray->toolTip(), "loading...");
 
-  // A loaded chart puts its genre, title and artist there, and the list
-  // re-reads the entry that plays.
-  const std::string song = folder.Write(
-      "song.bms", Crlf({"#PLAYER 1", "#GENRE Drum", "#TITLE Old", "#ARTIST Ann", "#BPM 240", "#00111:01"}));
-  commands->playList().ListAdd(song);
-  folder.Write("song.bms", Crlf({"#PLAYER 1", "#GENRE Drum", "#TITLE New", "#ARTIST Ann", "#BPM 240", "#00111:01"}));
+  // Then the played chart's genre, title and artist; the list re-reads the entry.
+  auto write = [&](const std::string& title) {
+    return folder.Write("song.bms",
+                        Crlf({"#PLAYER 1", "#GENRE Drum", "#TITLE " + title, "#ARTIST Ann", "#BPM 240", "#00111:01"}));
+  };
+  commands->playList().ListAdd(write("Old"));
+  write("New");
+  // With auto-hide the log and the seek bar give way only while playing.
+  auto* log = Find<QPlainTextEdit>("txtStatus");
+  auto* seek = Find<QScrollBar>("hscSeek");
+  Find<QCheckBox>("chkAutoHide")->setChecked(true);
+  EXPECT_TRUE(log->isVisible());
+  bool hiddenWhilePlaying = false;
+  WhenPlaying([&] { hiddenWhilePlaying = !log->isVisible() && !seek->isVisible(); });
   commands->playList().ListPlay(0);
-  ASSERT_TRUE(WaitFor([&] { return Log().contains("PlayLoop complete"); }));
+  ASSERT_TRUE(PlayEnds(1));
+  EXPECT_TRUE(hiddenWhilePlaying);
+  EXPECT_TRUE(log->isVisible());
+  EXPECT_TRUE(seek->isVisible());
   EXPECT_EQ(window->windowTitle(), "Vremo v0.26 release - [Drum] New / Ann");
   EXPECT_EQ(tray->toolTip(), "[Drum] New / Ann");
   EXPECT_EQ(commands->playListWindow().list()->item(0)->text().left(9), "Ann - New");
@@ -425,24 +320,47 @@ TEST(FileDialogFilter, WindowsFiltersBecomeQtFilters) {
   EXPECT_EQ(DialogFilter(""), "");
 }
 
-TEST_F(PlayerWindowTest, ShutDownSavesInItsOrder) {
+TEST_F(PlayerWindowTest, KeysFromTheDialogAndSettingsAreSavedInOrderAndReadBack) {
+  // The key button opens the dialog; its OK keeps the keys.
+  auto modal = [] { return qobject_cast<KeyConfigDialog*>(QApplication::activeModalWidget()); };
+  bool dialogSeen = false;
+  testing::WhenReady(
+      window.get(), [&] { return modal() != nullptr; },
+      [&] {
+        dialogSeen = true;
+        modal()->SelectLane(12);
+        QTest::keyClick(modal()->findChild<QWidget*>("picKeyDown"), Qt::Key_Q);
+        modal()->findChild<QPushButton*>("cmdOK")->click();
+      });
+  Find<QPushButton>("cmdKeyConf")->click();
+  EXPECT_TRUE(dialogSeen);
+  EXPECT_EQ(window->keyMap()['Q'], 12);
   commands->playList().ListAdd(Song("a.bms", "Ann", 2));
+  Find<QComboBox>("cmbSleep")->setCurrentText("2");
   window->close();
   const QString log = Log();
   const auto keys = log.indexOf("saving vrkeycnf.dat...");
-  const auto list = log.indexOf("saving default.vrl...");
   ASSERT_GE(keys, 0) << log.toStdString();
-  EXPECT_GT(list, keys) << log.toStdString();
+  EXPECT_GT(log.indexOf("saving default.vrl..."), keys) << log.toStdString();
   EXPECT_TRUE(log.endsWith("save complete."));
   // The list file holds the one entry: Count 0 at offset 20.
-  const std::string bytes = folder.Read("home/default.vrl");
-  ASSERT_GE(bytes.size(), 24u);
-  EXPECT_EQ(bytes.substr(20, 4), std::string(4, '\0'));
+  const std::string listBytes = folder.Read("default.vrl");
+  ASSERT_GE(listBytes.size(), 24u);
+  EXPECT_EQ(listBytes.substr(20, 4), std::string(4, '\0'));
+
+  // The next start reads the settings and the keys back.
+  commands.reset();
+  window = std::make_unique<MainWindow>(folder.path().string());
+  window->StartUp();
+  EXPECT_EQ(Find<QComboBox>("cmbSleep")->currentText(), "2");
+  EXPECT_EQ(window->keyMap()['Q'], 12);
+  EXPECT_EQ(window->keyMap()['Z'], 11);  // the others stay
+  EXPECT_TRUE(Log().contains("load complete."));
 }
 
 TEST_F(PlayerWindowTest, FailedListSaveAtExitIsSaid) {
-  // A folder where the list file should be: it cannot be written.
-  std::filesystem::create_directories(folder.Path("home/default.vrl"));
+  // A folder where the list file should be cannot be written.
+  std::filesystem::create_directories(folder.Path("default.vrl"));
   ::testing::internal::CaptureStderr();
   window->close();
   const std::string err = ::testing::internal::GetCapturedStderr();
