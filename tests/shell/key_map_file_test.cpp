@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
 #include <Qt>
 #include <filesystem>
 #include <tuple>
@@ -75,18 +73,6 @@ TEST_F(KeyMapFile, ShortLongAndStrangeFilesAreReadAndNeverSpoilt) {
                                                   "error! sets default."}));
   EXPECT_FALSE(SaveKeyMap(path, DefaultKeyMap(), log));
   EXPECT_TRUE(std::filesystem::is_directory(path));
-
-  // A linked file of mode 0640 stays linked and keeps its mode.
-  const std::string target = folder.Write("keys/map.dat", std::string(512, '\0'));
-  ASSERT_EQ(::chmod(target.c_str(), 0640), 0);
-  const std::string link = folder.Path("linked.dat");
-  std::filesystem::create_symlink(target, link);
-  ASSERT_TRUE(SaveKeyMap(link, DefaultKeyMap(), log));
-  EXPECT_TRUE(std::filesystem::is_symlink(link));
-  EXPECT_EQ(ReadFileBytes(target), EncodeKeyMap(DefaultKeyMap()));
-  EXPECT_EQ(std::filesystem::status(target).permissions(), std::filesystem::perms::owner_read |
-                                                               std::filesystem::perms::owner_write |
-                                                               std::filesystem::perms::group_read);
 }
 
 TEST(VirtualKeys, QtKeysBecomeWindowsCodes) {

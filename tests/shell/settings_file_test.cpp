@@ -35,24 +35,20 @@ class SettingsFile : public ::testing::Test {
 
 TEST_F(SettingsFile, RoundTripKeepsEveryValueInTheWriteOrder) {
   Settings written;
-  written.mainForm = {12.5f, 30, 800, 600, 2};
-  written.playList = {1, 2, 3, 4, 1};
-  written.sleepMs = 1;
-  written.hiSpeed = 2.5f;
-  written.realHiSpeed = 0.75f;
-  written.rect = "my skin.vrd";
-  written.userPlay = true;
-  written.playSound = false;
-  written.nazo = true;
-  written.wndMode = 1;
-  written.wndAutoHide = 1;
+  for (const char* option :
+       {"MainForm.Left=12.5", "MainForm.Top=30", "MainForm.Width=800", "MainForm.Height=600", "MainForm.WindowState=2",
+        "PlayList.Left=1", "PlayList.Top=2", "PlayList.Width=3", "PlayList.Height=4", "PlayList.WindowState=1",
+        "Sleep=1", "HiSpeed=2.5", "RealHiSpeed=0.75", "Rect=my skin.vrd", "UserPlay=True", "PlaySound=False",
+        "Nazo=True", "WndMode=1", "WndAutoHide=1"}) {
+    ASSERT_TRUE(SetOptionText(written, option)) << option;
+  }
   ASSERT_TRUE(WriteSettings(path, written));
 
   const std::string text = ReadFileBytes(path);
-  EXPECT_EQ(text.rfind("[MainForm]\r\nLeft=12.5\r\nTop=30\r\nWidth=800\r\nHeight=600\r\nWindowState=2\r\n\r\n[PlayList]"
-                       "\r\nLeft=1\r\n",
-                       0),
-            0u);
+  EXPECT_TRUE(
+      text.starts_with("[MainForm]\r\nLeft=12.5\r\nTop=30\r\nWidth=800\r\nHeight=600\r\nWindowState=2\r\n\r\n"
+                       "[PlayList]\r\nLeft=1\r\nTop=2\r\n"))
+      << text;
   EXPECT_NE(text.find("[Setting]\r\nTitleDisplay=False\r\nSleep=1\r\nNoBGA=False\r\n"), std::string::npos);
   EXPECT_NE(text.find("HiSpeed=2.5\r\nRealHiSpeed=0.75\r\nPolMode=False\r\nRect=my skin.vrd\r\nShowGauge=True\r\n"
                       "DontStretch=False\r\nDontWait=False\r\nWndMode=1\r\nWndAutoHide=1\r\n\r\n[NoteSetting]"),
@@ -104,7 +100,7 @@ TEST_F(SettingsFile, WriteKeepsUnrelatedKeysAndTheModeThroughALink) {
   ASSERT_TRUE(WriteSettings(path, settings));
   EXPECT_TRUE(std::filesystem::is_symlink(path));
   const std::string text = ReadFileBytes(target);
-  EXPECT_EQ(text.rfind("; my notes\r\n[Other]\r\nA=1\r\n\r\n[Setting]\r\nSleep=2\r\nMine=kept\r\n", 0), 0u);
+  EXPECT_TRUE(text.starts_with("; my notes\r\n[Other]\r\nA=1\r\n\r\n[Setting]\r\nSleep=2\r\nMine=kept\r\n")) << text;
   EXPECT_NE(text.find("[MainForm]\r\nLeft=0\r\nTop=0\r\n"), std::string::npos);
   EXPECT_EQ(text.find("WndMode"), std::string::npos);
   struct stat info {};
