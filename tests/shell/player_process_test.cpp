@@ -185,40 +185,7 @@ TEST_F(PlayerProcess, ChannelLoadsSeeksHandsOverAndQuits) {
   EXPECT_EQ(Run("--send LSTOP").status, 1);
 }
 
-TEST_F(PlayerProcess, HandedOverChartPlaysAndQuitAfterPlayCloses) {
-  // Two 4/4 measures at 240 BPM: a two-second song.
-  const std::string song = folder.Write("short.bms", "#PLAYER 1\r\n#BPM 240\r\n#00111:01\r\n#00211:01\r\n");
-  // Another chart: the same one would not be loaded again, so the caption
-  // would keep the passed command and the player would apply it at every
-  // poll, restarting the song.
-  const std::string other = folder.Write("other.bms", "#PLAYER 1\r\n#BPM 240\r\n#00111:01\r\n");
-  Partner partner(Channel());
-  ASSERT_TRUE(partner.connected());
-  partner.Send("LSTOP\n");
-  ASSERT_TRUE(partner.WaitFor("POK\n"));
-
-  // A second start with a chart: the running player plays it, and (being
-  // linked) tells its partner when the song has ended by itself.
-  EXPECT_EQ(Run("'" + song + "'").status, 0);
-  EXPECT_TRUE(partner.WaitFor("PLENGTH ")) << partner.received();
-  EXPECT_TRUE(partner.WaitFor("PNEXT\n")) << partner.received();
-
-  // With -Q the player closes after the song.
-  EXPECT_EQ(Run("'" + other + "' -Q").status, 0);
-  EXPECT_TRUE(partner.WaitFor("PLENGTH ")) << partner.received();
-  EXPECT_TRUE(partner.WaitFor("PCLOSE\n")) << partner.received();
-  EXPECT_EQ(WaitForExit(30), 0);
-
-  // The windows' places went back into the settings file.
-  const std::string settings = folder.Read("home/vremo.ini");
-  EXPECT_NE(settings.find("[PlayList]\r\nLeft=50\r\nTop=60\r\nWidth=300\r\nHeight=200\r\nWindowState=0\r\n"),
-            std::string::npos)
-      << settings;
-  EXPECT_NE(settings.find("[MainForm]\r\nLeft=30\r\nTop=40\r\nWidth=1000\r\nHeight=700\r\n"), std::string::npos)
-      << settings;
-}
-
-TEST_F(PlayerProcess, BadInputOnTheChannelDoesNotStopThePlay) {
+TEST_F(PlayerProcess, BadInputAndUnreadableChartsDoNotStopThePlayer) {
   const std::string channel = Channel();
   Partner partner(channel);
   ASSERT_TRUE(partner.connected());
@@ -249,6 +216,33 @@ TEST_F(PlayerProcess, BadInputOnTheChannelDoesNotStopThePlay) {
   EXPECT_TRUE(partner.WaitFor("PNEXT\n")) << partner.received();
   // LLOAD and LSEEK were answered, the two bad lines were not.
   EXPECT_EQ(partner.received(), "POK\nPLENGTH 55538\nPOK\nPNEXT\n");
+
+  // Charts that cannot be read: the player still answers.
+  const std::string fifo = folder.Path("never-ends.bms");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  for (const std::string& path : {std::string("/proc/self/mem"), fifo}) {
+    partner.Send("LLOAD " + path + "\n");
+    ASSERT_TRUE(partner.WaitFor("POK\n")) << path;
+    // The load runs on the play timer's tick, after this reply.
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    partner.Send("LSTOP\n");
+    EXPECT_TRUE(partner.WaitFor("POK\n", 1000)) << path;
+  }
+
+  // A second start with a chart: the running player plays it and tells its
+  // partner when the song has ended by itself. With -Q (and another chart:
+  // the same one would not be loaded again) it closes after the song.
+  const std::string song = folder.Write("short.bms", "#PLAYER 1\r\n#BPM 240\r\n#00111:01\r\n#00211:01\r\n");
+  EXPECT_EQ(Run("'" + song + "'").status, 0);
+  EXPECT_TRUE(partner.WaitFor("PLENGTH 2000\nPNEXT\n")) << partner.received();
+  EXPECT_EQ(Run("'" + folder.Write("other.bms", "#PLAYER 1\r\n#BPM 240\r\n#00111:01\r\n") + "' -Q").status, 0);
+  EXPECT_TRUE(partner.WaitFor("PLENGTH 1000\nPCLOSE\n")) << partner.received();
+  EXPECT_EQ(WaitForExit(30), 0);
+  // The windows' places went back into the settings file.
+  const std::string settings = folder.Read("home/vremo.ini");
+  EXPECT_NE(settings.find("[MainForm]\r\nLeft=30\r\nTop=40\r\nWidth=1000\r\nHeight=700\r\n"), std::string::npos);
+  EXPECT_NE(settings.find("[PlayList]\r\nLeft=50\r\nTop=60\r\nWidth=300\r\nHeight=200\r\nWindowState=0\r\n"),
+            std::string::npos);
 }
 
 TEST_F(PlayerProcess, EndingSignalsCloseAsTheWindowDoes) {
@@ -286,21 +280,6 @@ TEST_F(PlayerProcess, EndingSignalsCloseAsTheWindowDoes) {
         EXPECT_EQ(folder.Read("home/" + name), afterQuit[name]) << ending << name;
       }
     }
-  }
-}
-
-TEST_F(PlayerProcess, ChartsThatCannotBeReadLeaveThePlayerAnswering) {
-  Partner partner(Channel());
-  ASSERT_TRUE(partner.connected());
-  const std::string fifo = folder.Path("never-ends.bms");
-  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-  for (const std::string& path : {std::string("/proc/self/mem"), fifo}) {
-    partner.Send("LLOAD " + path + "\n");
-    ASSERT_TRUE(partner.WaitFor("POK\n")) << path;
-    // The load runs on the play timer's tick, after this reply.
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    partner.Send("LSTOP\n");
-    EXPECT_TRUE(partner.WaitFor("POK\n", 1000)) << path;
   }
 }
 
