@@ -168,9 +168,8 @@ TEST_F(CommandChannelTest, SendModePrintsTheReplies) {
   EXPECT_EQ(none.str(), "");
   EXPECT_NE(err.str().find("no running vremo"), std::string::npos);
 
-  // A command the player leaves unanswered (it refuses text that is not
-  // UTF-8, and keeps the link) is a failure for a script; a text that is no
-  // command gets no answer by design.
+  // A command left unanswered (text not UTF-8: refused, link kept) fails a
+  // script; a text that is no command gets no answer by design.
   std::ostringstream silent;
   auto unanswered = std::async(std::launch::async, [&] { return DeliverCommand(name, "LSTOP \xC3\x28", silent, err); });
   auto ignored = std::async(std::launch::async, [&] { return DeliverCommand(name, "hello", silent, err); });

@@ -93,9 +93,8 @@ TEST_F(InstanceTest, SquattedPrivateFolderIsRefused) {
   // Missing: made, closed to others, and used.
   std::filesystem::create_directories(folder.Path("fresh"));
   EXPECT_EQ(PrivateFolderIn(folder.Path("fresh"), nullptr), folder.Path("fresh/" + own));
-  struct stat info {};
-  ASSERT_EQ(::lstat(folder.Path("fresh/" + own).c_str(), &info), 0);
-  EXPECT_EQ(info.st_mode & 0777, 0700u);
+  EXPECT_EQ(std::filesystem::symlink_status(folder.Path("fresh/" + own)).permissions(),
+            std::filesystem::perms::owner_all);
 
   // Made first by someone else: open to others, a link to a private folder,
   // a file of another kind, another owner. Each is refused and left alone.
@@ -117,9 +116,7 @@ TEST_F(InstanceTest, SquattedPrivateFolderIsRefused) {
     EXPECT_EQ(PrivateFolderIn(folder.Path(parent), &problem), "") << parent;
     EXPECT_EQ(problem, folder.Path(parent + "/" + own) + why);
   }
-  struct stat open {};
-  ::lstat(folder.Path("open/" + own).c_str(), &open);
-  EXPECT_EQ(open.st_mode & 0777, 0777u);
+  EXPECT_EQ(std::filesystem::status(folder.Path("open/" + own)).permissions(), std::filesystem::perms::all);
 
   // Without a runtime folder the temporary folder's is taken, and refused:
   // the player runs alone and says so; no hand-over goes anywhere else.
@@ -148,8 +145,7 @@ TEST_F(InstanceTest, SquattedPrivateFolderIsRefused) {
   EXPECT_FALSE(HandOver(HandOverFile(), "a.bms", log, folder.Path("fresh/" + own)));
   EXPECT_EQ(sink.lines.back(), "Err: temp.dat names a channel outside " + folder.Path("fresh/" + own));
 
-  // Something that is not a socket of ours where the channel goes: the
-  // player goes on without it and the thing stays.
+  // Not our socket where the channel goes: the player goes on without it; the thing stays.
   const std::string taken = folder.Write("fresh/" + own + "/taken.sock", "user's bytes");
   EXPECT_FALSE(channel.Listen(QString::fromStdString(taken)));
   EXPECT_EQ(sink.lines.back(), "Err: command channel " + taken + " exists and is not our socket");

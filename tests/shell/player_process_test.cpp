@@ -28,8 +28,7 @@ using testing::TempFolder;
 
 constexpr int kPartnerWaitMs = 30000;
 
-// A chart editor's side of the channel: a raw local socket that stays
-// connected and collects every line the player sends.
+// A chart editor's side: a raw local socket collecting every line the player sends.
 class Partner {
  public:
   explicit Partner(const std::string& path) {
@@ -44,8 +43,7 @@ class Partner {
   void Send(const std::string& line) {
     EXPECT_EQ(::send(fd_, line.data(), line.size(), MSG_NOSIGNAL), ssize_t(line.size()));
   }
-  // Reads until `text` has arrived (true) or the player falls silent for
-  // good; everything read stays in received().
+  // Reads until `text` arrives (true) or the player falls silent; all read stays in received().
   bool WaitFor(const std::string& text, int waitMs = kPartnerWaitMs) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(waitMs);
     while (received_.find(text, consumed_) == std::string::npos) {
@@ -193,8 +191,7 @@ TEST_F(PlayerProcess, BadInputAndUnreadableChartsDoNotStopThePlayer) {
   ASSERT_TRUE(partner.WaitFor("PLENGTH 55538\n")) << partner.received();
 
   {
-    // A 10 MB line, NUL bytes, invalid UTF-8, and a crowd that comes and
-    // goes at once.
+    // A 10 MB line, NUL bytes, invalid UTF-8, a crowd coming and going at once.
     Partner flood(channel);
     const std::string line(10 << 20, 'L');
     size_t sent = 0;
@@ -209,8 +206,7 @@ TEST_F(PlayerProcess, BadInputAndUnreadableChartsDoNotStopThePlayer) {
     for (int i = 0; i < 200; ++i) crowd.push_back(std::make_unique<Partner>(channel));
   }
 
-  // Still playing: a seek near the end answers, and the song then ends by
-  // itself.
+  // Still playing: a seek near the end answers; the song then ends by itself.
   partner.Send("LSEEK 6300\n");
   EXPECT_TRUE(partner.WaitFor("POK\n")) << partner.received();
   EXPECT_TRUE(partner.WaitFor("PNEXT\n")) << partner.received();

@@ -39,8 +39,7 @@ TEST(ProgramFolder, InstalledPrefixIsFoundWhereverItMovesAndNeverWrittenTo) {
   BundledAssets found = LocateBundledAssets(root.path() / "usr/bin", "/nowhere");
   EXPECT_EQ(found.folder, root.Path("usr/share/vremo"));
   EXPECT_TRUE(found.installed);
-  // The bin folder is writable here (and always for root), yet user files
-  // go to the data folder.
+  // The bin folder is writable here (and for root), yet user files go to the data folder.
   EXPECT_EQ(ProgramFolderFor(root.path() / "usr/bin"), root.Path("data/vremo"));
   EXPECT_TRUE(fs::is_directory(root.path() / "data/vremo"));
 

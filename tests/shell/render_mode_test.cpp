@@ -26,8 +26,7 @@ void WriteClick(const std::string& path) {
   WriteWavFile(path, frames.data(), static_cast<int64_t>(frames.size() / 2), kRate);
 }
 
-// Start frames of sounds in a 16-bit stereo WAV: a loud left sample after at
-// least 10 ms of silence.
+// Start frames of sounds (left channel): a loud sample after 10 ms of silence.
 std::vector<size_t> Onsets(const std::string& wav) {
   std::vector<size_t> onsets;
   size_t quiet = kRate;

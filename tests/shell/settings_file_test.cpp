@@ -103,9 +103,8 @@ TEST_F(SettingsFile, WriteKeepsUnrelatedKeysAndTheModeThroughALink) {
   EXPECT_TRUE(text.starts_with("; my notes\r\n[Other]\r\nA=1\r\n\r\n[Setting]\r\nSleep=2\r\nMine=kept\r\n")) << text;
   EXPECT_NE(text.find("[MainForm]\r\nLeft=0\r\nTop=0\r\n"), std::string::npos);
   EXPECT_EQ(text.find("WndMode"), std::string::npos);
-  struct stat info {};
-  ASSERT_EQ(::stat(target.c_str(), &info), 0);
-  EXPECT_EQ(info.st_mode & 0777, 0600u);
+  EXPECT_EQ(std::filesystem::status(target).permissions(),
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path() / "real"), {}), 1);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2);
 }
