@@ -28,14 +28,23 @@ std::vector<std::string> RunLine(std::string_view line) {
 
 using Calls = std::vector<std::string>;
 
-TEST(CommandLine, QuotedPathKeepsItsBlankAndSwitchFollows) {
+TEST(CommandLine, SplittingQuotesAndBlanks) {
   EXPECT_EQ(RunLine("\"/home/a/my song.bms\" -p"), (Calls{"clear", "add[/home/a/my song.bms]", "play", "listplay 0"}));
   EXPECT_EQ(SplitCommandLine("a\"b c\"d e"), (Calls{"ab cd", "e"}));
   // An unclosed quote keeps its blanks to the end of the line.
   EXPECT_EQ(SplitCommandLine("-s \"x y"), (Calls{"-s", "x y"}));
+  // Consecutive blanks give empty tokens.
+  EXPECT_EQ(SplitCommandLine("a  b"), (Calls{"a", "", "b"}));
+  EXPECT_EQ(RunLine("-p  -s"), (Calls{"play", "clear", "add[]", "stop", "listplay 0"}));
+  EXPECT_EQ(RunLine(""), (Calls{"clear", "add[]", "listplay 0"}));
+  // Joining quotes only blanks; joined and split again, the arguments come back.
+  EXPECT_EQ(JoinArguments({"/m/my song.bms", "-p", "x"}), "\"/m/my song.bms\" -p x");
+  EXPECT_EQ(JoinArguments({}), "");
+  const Calls args{"/a b/c d.bms", "-S", "plain"};
+  EXPECT_EQ(SplitCommandLine(JoinArguments(args)), args);
 }
 
-TEST(CommandLine, TwoCharacterPrefixDecides) {
+TEST(CommandLine, TwoCharacterPrefixOrListExtensionDecides) {
   EXPECT_EQ(RunLine("-b-"), (Calls{"bga"}));
   EXPECT_EQ(RunLine("-Pfoo /w+ -Q- /s -B+"), (Calls{"play", "wav", "quit", "stop", "bga"}));
   // "-X" is no switch: a file.
@@ -44,9 +53,7 @@ TEST(CommandLine, TwoCharacterPrefixDecides) {
   // Absolute paths begin with "/": one that goes on into folders is a chart.
   EXPECT_EQ(RunLine("/work/s.bms /q /Songs/p.bme"),
             (Calls{"clear", "add[/work/s.bms]", "quit", "add[/Songs/p.bme]", "listplay 0"}));
-}
-
-TEST(CommandLine, ListFilesLoadWithoutStarting) {
+  // List files load without starting.
   EXPECT_EQ(RunLine("songs.vpl"), (Calls{"load[songs.vpl]"}));
   EXPECT_EQ(RunLine("songs.VPL a.bms b.bme"),
             (Calls{"load[songs.VPL]", "clear", "add[a.bms]", "add[b.bme]", "listplay 0"}));
@@ -55,26 +62,9 @@ TEST(CommandLine, ListFilesLoadWithoutStarting) {
   EXPECT_EQ(RunLine("songs.vrl"), (Calls{"clear", "add[songs.vrl]", "listplay 0"}));
 }
 
-TEST(CommandLine, ConsecutiveBlanksGiveEmptyTokens) {
-  EXPECT_EQ(SplitCommandLine("a  b"), (Calls{"a", "", "b"}));
-  EXPECT_EQ(RunLine("-p  -s"), (Calls{"play", "clear", "add[]", "stop", "listplay 0"}));
-  EXPECT_EQ(RunLine(""), (Calls{"clear", "add[]", "listplay 0"}));
-}
-
-TEST(CommandLine, JoinArgumentsQuotesOnlyBlanks) {
-  EXPECT_EQ(JoinArguments({"/m/my song.bms", "-p", "x"}), "\"/m/my song.bms\" -p x");
-  EXPECT_EQ(JoinArguments({}), "");
-  // Joined and split again, the arguments come back.
-  const Calls args{"/a b/c d.bms", "-S", "plain"};
-  EXPECT_EQ(SplitCommandLine(JoinArguments(args)), args);
-}
-
 TEST(CommandLine, RelativeFilesBecomeAbsoluteSwitchesStay) {
   const std::string line = AbsoluteCommandLine("song.bms -p \"my dir/b.bme\" /abs.bms -Q list.vpl  -x /s", "/home/me");
   EXPECT_EQ(line, "/home/me/song.bms -p \"/home/me/my dir/b.bme\" /abs.bms -Q /home/me/list.vpl  /home/me/-x /s");
-  EXPECT_EQ(RunLine(line),
-            (Calls{"clear", "add[/home/me/song.bms]", "play", "add[/home/me/my dir/b.bme]", "add[/abs.bms]", "quit",
-                   "load[/home/me/list.vpl]", "add[]", "add[/home/me/-x]", "stop", "listplay 0"}));
   EXPECT_EQ(AbsoluteCommandLine("a.bms", "/"), "/a.bms");
   // Nothing relative: the line is handed over as it was.
   EXPECT_EQ(AbsoluteCommandLine("\"/m/a b.bms\"  -Q", "/home/me"), "\"/m/a b.bms\"  -Q");

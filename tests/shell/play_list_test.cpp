@@ -44,8 +44,7 @@ class PlayListTest : public ::testing::Test {
   PlayList list{host, log};
 };
 
-TEST(PlayListText, RowsAndLengths) {
-  EXPECT_EQ(ListLengthText(125000), "2:05");
+TEST_F(PlayListTest, RowTextsAndAddingFillFromTheChart) {
   EXPECT_EQ(ListLengthText(59999), "0:59");
   EXPECT_EQ(ListLengthText(0), "0:00");
   EXPECT_EQ(ListLengthText(3600000), "60:00");
@@ -54,9 +53,7 @@ TEST(PlayListText, RowsAndLengths) {
   entry.title = "Song";
   entry.lengthMs = 125000;
   EXPECT_EQ(ListRowText(entry), "ア - Song\t2:05");
-}
 
-TEST_F(PlayListTest, AddFillsFromTheChartAndCaptionCounts) {
   list.UpCap();
   EXPECT_EQ(list.caption(), "PlayList [0songs/00:00:00] - New List");
   AddThree();
@@ -71,7 +68,7 @@ TEST_F(PlayListTest, AddFillsFromTheChartAndCaptionCounts) {
   EXPECT_EQ(list.caption(), "PlayList [4songs/00:00:00] - New List");
 }
 
-TEST_F(PlayListTest, ListFileBytesAndRoundTrip) {
+TEST_F(PlayListTest, ListFileBytesRoundTripAndBrokenFiles) {
   const std::string empty = (folder.path() / "empty.vrl").string();
   list.ListSave(empty);
   const std::string bytes = ReadFileBytes(empty);
@@ -84,9 +81,7 @@ TEST_F(PlayListTest, ListFileBytesAndRoundTrip) {
   const std::string saved = ReadFileBytes(three);
   EXPECT_EQ(Int32At(saved, 20), 2);
   // First entry: title "a" as length 1 + byte, then artist.
-  EXPECT_EQ(saved.substr(24, 3), std::string("\x01\x00"
-                                             "a",
-                                             3));
+  EXPECT_EQ(saved.substr(24, 3), std::string("\x01\x00", 2) + "a");
   EXPECT_EQ(saved.substr(27, 9), std::string("\x07\x00Someone", 9));
 
   PlayList other(host, log);
@@ -97,15 +92,9 @@ TEST_F(PlayListTest, ListFileBytesAndRoundTrip) {
   EXPECT_EQ(other.entries()[2].path, list.entries()[2].path);
   EXPECT_EQ(other.entries()[2].bpm, 150.0f);
   EXPECT_EQ(EncodeListFile(other.entries()), saved);
-}
 
-TEST_F(PlayListTest, BrokenOrMissingListFiles) {
-  AddThree();
-  const std::string path = (folder.path() / "list.vrl").string();
-  list.ListSave(path);
-  const std::string whole = ReadFileBytes(path);
   // Cut inside the third entry: two entries survive, the message shows.
-  const std::string cut = folder.Write("cut.vrl", whole.substr(0, whole.size() - 5));
+  const std::string cut = folder.Write("cut.vrl", saved.substr(0, saved.size() - 5));
   PlayList loaded(host, log);
   loaded.ListLoad(cut, false);
   EXPECT_EQ(host.messages, (std::vector<std::string>{"error: an error occured in list loading process!"}));
@@ -113,7 +102,7 @@ TEST_F(PlayListTest, BrokenOrMissingListFiles) {
   EXPECT_EQ(loaded.rows()[1], "Someone - b\t0:00");
   // Saving over it keeps the unreadable original aside.
   loaded.ListSave(cut);
-  EXPECT_EQ(ReadFileBytes(cut + ".bak"), whole.substr(0, whole.size() - 5));
+  EXPECT_EQ(ReadFileBytes(cut + ".bak"), saved.substr(0, saved.size() - 5));
   EXPECT_EQ(Int32At(ReadFileBytes(cut), 20), 1);
 
   // A Count of two billion over garbage and NUL bytes costs nothing.
@@ -134,7 +123,7 @@ TEST_F(PlayListTest, BrokenOrMissingListFiles) {
   EXPECT_EQ(loaded.listFile(), missing);
 }
 
-TEST_F(PlayListTest, PlayingOrderWithRepeats) {
+TEST_F(PlayListTest, PlayingOrderRepeatsAndEditing) {
   AddThree();
   const auto& e = list.entries();
   list.ListPlay(1);
@@ -159,10 +148,7 @@ TEST_F(PlayListTest, PlayingOrderWithRepeats) {
   list.ListPlay(7);
   EXPECT_EQ(sink.lines.back(), "error: Subscript out of range");
   EXPECT_EQ(list.currentIndex(), 1);
-}
 
-TEST_F(PlayListTest, RemoveSwapMoveClearAndUpdate) {
-  AddThree();
   list.ListMove(0, 2);
   EXPECT_EQ(list.entries()[0].title, "b");
   EXPECT_EQ(list.entries()[2].title, "a");
@@ -198,23 +184,18 @@ TEST_F(PlayListTest, FolderSearchFindsChartsInSubfolders) {
   EXPECT_TRUE(FindChartFiles((folder.path() / "nowhere").string()).empty());
 }
 
-TEST_F(PlayListTest, DefaultListAtStartAndExit) {
+TEST_F(PlayListTest, DefaultListAtStartAndExitOrKeptAsBackup) {
   const std::string home = folder.path().string();
   list.LoadDefault(home);  // no default.vrl yet: silent
   EXPECT_TRUE(host.messages.empty());
   AddThree();
   list.SaveDefault(home);
-  PlayList next(host, log);
+  PlayList first(host, log);
   sink.lines.clear();
-  next.LoadDefault(home);
-  EXPECT_EQ(next.Count(), 2);
+  first.LoadDefault(home);
+  EXPECT_EQ(first.Count(), 2);
   EXPECT_EQ(sink.lines, (std::vector<std::string>{"loading default.vrl...", "load complete."}));
-}
 
-TEST_F(PlayListTest, DefaultListWithAWrongCountIsKeptAsBackup) {
-  const std::string home = folder.path().string();
-  AddThree();
-  list.SaveDefault(home);
   const std::string path = folder.Path("default.vrl");
   const std::string whole = ReadFileBytes(path);
   // Count says one entry, or fewer than none, where three follow.

@@ -4,6 +4,7 @@
 #include <stdlib.h>
 
 #include <filesystem>
+#include <optional>
 
 #include "tests/support/temp_folder.h"
 
@@ -13,20 +14,18 @@ namespace {
 namespace fs = std::filesystem;
 using testing::TempFolder;
 
-// Sets the variables for one test and restores the process's own after it.
+// Sets a variable (unsets it for "") for one test and restores it after.
 class ScopedEnv {
  public:
   ScopedEnv(const char* name, const std::string& value) : name_(name) {
     if (const char* old = std::getenv(name)) old_ = old;
-    had_ = std::getenv(name) != nullptr;
     value.empty() ? ::unsetenv(name) : ::setenv(name, value.c_str(), 1);
   }
-  ~ScopedEnv() { had_ ? ::setenv(name_, old_.c_str(), 1) : ::unsetenv(name_); }
+  ~ScopedEnv() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
 
  private:
   const char* name_;
-  std::string old_;
-  bool had_ = false;
+  std::optional<std::string> old_;
 };
 
 TEST(ProgramFolder, InstalledPrefixIsFoundWhereverItMovesAndNeverWrittenTo) {
@@ -40,8 +39,7 @@ TEST(ProgramFolder, InstalledPrefixIsFoundWhereverItMovesAndNeverWrittenTo) {
   BundledAssets found = LocateBundledAssets(root.path() / "usr/bin", "/nowhere");
   EXPECT_EQ(found.folder, root.Path("usr/share/vremo"));
   EXPECT_TRUE(found.installed);
-  // The bin folder is writable here (and always for root), yet user files
-  // go to the data folder.
+  // The bin folder is writable here (and for root), yet user files go to the data folder.
   EXPECT_EQ(ProgramFolderFor(root.path() / "usr/bin"), root.Path("data/vremo"));
   EXPECT_TRUE(fs::is_directory(root.path() / "data/vremo"));
 

@@ -29,7 +29,7 @@ class RecordFile : public ::testing::Test {
   DebugLog log{&sink};
 };
 
-TEST_F(RecordFile, FileLayoutHoldsEntriesAndTrailingOne) {
+TEST_F(RecordFile, FileLayoutNamingAndNothingToSave) {
   const auto path = SaveRecord((folder.path() / "take1").string(), Presses(3), kChart);
   ASSERT_TRUE(path.has_value());
   EXPECT_EQ(*path, (folder.path() / "take1.vpd").string());
@@ -39,10 +39,8 @@ TEST_F(RecordFile, FileLayoutHoldsEntriesAndTrailingOne) {
   EXPECT_EQ(Int32At(bytes, 4), -450);  // -(RANK + 1) x BPM
   EXPECT_EQ(Int32At(bytes, 8), 3);
   // Entry 2: measure, position, colour, channel, sound, spare.
-  for (int field = 0; field < 6; ++field) {
-    const int32_t expected[] = {2, 96, 0xFF00, 13, 3, 0};
-    EXPECT_EQ(Int32At(bytes, 12 + 24 * 2 + 4 * field), expected[field]) << field;
-  }
+  const int32_t second[] = {2, 96, 0xFF00, 13, 3, 0};
+  for (int field = 0; field < 6; ++field) EXPECT_EQ(Int32At(bytes, 12 + 24 * 2 + 4 * field), second[field]) << field;
   for (size_t offset = 12 + 24 * 3; offset < bytes.size(); offset += 4) EXPECT_EQ(Int32At(bytes, offset), 0);
 
   // Read back on the same chart.
@@ -52,9 +50,8 @@ TEST_F(RecordFile, FileLayoutHoldsEntriesAndTrailingOne) {
   EXPECT_EQ(loaded.Entry(1).position, 48);
   EXPECT_EQ(loaded.Entry(2).channel, 13);
   EXPECT_EQ(sink.lines, (std::vector<std::string>{"----------------", "J-Pts: 0", "----------------"}));
-}
 
-TEST_F(RecordFile, NamingRuleAndNothingToSave) {
+  // The extension is added only where the name has none.
   EXPECT_EQ(RecordFileName("/home/u/take1"), "/home/u/take1.vpd");
   EXPECT_EQ(RecordFileName("/home/u/take.1"), "/home/u/take.1");
   EXPECT_EQ(RecordFileName("C:\\my.dir\\take"), "C:\\my.dir\\take.vpd");
@@ -67,20 +64,19 @@ TEST_F(RecordFile, NamingRuleAndNothingToSave) {
   EXPECT_EQ(ReadFileBytes(keep).size(), 12u + 48u);
 }
 
-TEST_F(RecordFile, RecordOfAnotherChartChangesNothing) {
-  const auto path = SaveRecord((folder.path() / "other").string(), Presses(2), RecordChart{777, 2, 150.0f, 40});
-  ASSERT_TRUE(path.has_value());
+TEST_F(RecordFile, OtherChartsShortAndCorruptFiles) {
+  // A record of another chart changes nothing and logs nothing.
+  const auto other = SaveRecord((folder.path() / "other").string(), Presses(2), RecordChart{777, 2, 150.0f, 40});
+  ASSERT_TRUE(other.has_value());
   PlayRecord current = Presses(5);
-  const auto message = LoadRecord(*path, kChart, current, log);
+  const auto message = LoadRecord(*other, kChart, current, log);
   ASSERT_TRUE(message.has_value());
   EXPECT_EQ(message->text, "this record file cannot use for this BMS!");
   EXPECT_EQ(message->title, "bms-id is not collect");
   EXPECT_EQ(current.length(), 5);
   EXPECT_EQ(current.Entry(4).channel, 15);
   EXPECT_TRUE(sink.lines.empty());
-}
 
-TEST_F(RecordFile, ShortAndCorruptFilesReadAsZeros) {
   // The header claims 1000 presses; one is in the file.
   std::string bytes;
   PutInt32(bytes, 12345);
@@ -113,9 +109,8 @@ TEST_F(RecordFile, ShortAndCorruptFilesReadAsZeros) {
   EXPECT_FALSE(std::filesystem::exists(again));
 
   // Two bytes: the BMS-ID reads as 0x0201, not ours.
-  PlayRecord untouched = Presses(2);
-  EXPECT_TRUE(LoadRecord(folder.Write("cut.vpd", "\x01\x02"), kChart, untouched, log).has_value());
-  EXPECT_EQ(untouched.length(), 2);
+  EXPECT_TRUE(LoadRecord(folder.Write("cut.vpd", "\x01\x02"), kChart, current, log).has_value());
+  EXPECT_EQ(current.length(), 5);
 
   // A chart without notes: the points line is left out.
   sink.lines.clear();

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "chart/bms_reader.h"
+#include "display/wav_writer.h"
 #include "tests/chart/chart_fixture.h"
 
 namespace vremo {
@@ -18,46 +19,37 @@ using testing::TempFolder;
 
 constexpr int kRate = 44100;
 
-// A 16-bit mono RIFF WAV holding a 2 ms full-scale click.
-std::string ClickWav() {
-  const int frames = kRate * 2 / 1000;
-  std::string data;
-  for (int i = 0; i < frames; ++i) {
-    const int16_t sample = i % 2 == 0 ? 30000 : -30000;
-    data.append(reinterpret_cast<const char*>(&sample), 2);
-  }
-  auto u32 = [](uint32_t v) { return std::string(reinterpret_cast<const char*>(&v), 4); };
-  auto u16 = [](uint16_t v) { return std::string(reinterpret_cast<const char*>(&v), 2); };
-  return "RIFF" + u32(36 + static_cast<uint32_t>(data.size())) + "WAVEfmt " + u32(16) + u16(1) + u16(1) + u32(kRate) +
-         u32(kRate * 2) + u16(2) + u16(16) + "data" + u32(static_cast<uint32_t>(data.size())) + data;
+// A 2 ms full-scale click.
+void WriteClick(const std::string& path) {
+  std::vector<float> frames(kRate * 2 / 1000 * 2);
+  for (size_t i = 0; i < frames.size(); ++i) frames[i] = i / 2 % 2 == 0 ? 0.9f : -0.9f;
+  WriteWavFile(path, frames.data(), static_cast<int64_t>(frames.size() / 2), kRate);
 }
 
-// Frames of a 16-bit stereo WAV written by the renderer, as left samples.
-std::vector<int16_t> LeftChannel(const std::string& wav) {
-  std::vector<int16_t> left;
-  const size_t data = wav.find("data");
-  if (data == std::string::npos) return left;
-  for (size_t pos = data + 8; pos + 4 <= wav.size(); pos += 4) {
-    int16_t sample;
-    std::memcpy(&sample, wav.data() + pos, 2);
-    left.push_back(sample);
-  }
-  return left;
-}
-
-// Start frames of sounds: a loud sample after at least 10 ms of silence.
-std::vector<size_t> Onsets(const std::vector<int16_t>& samples) {
+// Start frames of sounds (left channel): a loud sample after 10 ms of silence.
+std::vector<size_t> Onsets(const std::string& wav) {
   std::vector<size_t> onsets;
   size_t quiet = kRate;
-  for (size_t i = 0; i < samples.size(); ++i) {
-    if (std::abs(samples[i]) > 1000) {
-      if (quiet >= kRate / 100) onsets.push_back(i);
+  for (size_t pos = wav.find("data") + 8, frame = 0; pos + 4 <= wav.size(); pos += 4, ++frame) {
+    int16_t sample;
+    std::memcpy(&sample, wav.data() + pos, 2);
+    if (std::abs(sample) > 1000) {
+      if (quiet >= kRate / 100) onsets.push_back(frame);
       quiet = 0;
     } else {
       ++quiet;
     }
   }
   return onsets;
+}
+
+// One object of a 192-step measure line.
+std::string StepLine(int measure, int channel, int step, const std::string& value) {
+  std::string data(192 * 2, '0');
+  data.replace(static_cast<size_t>(step) * 2, 2, value);
+  char head[8];
+  std::snprintf(head, sizeof head, "#%03d%02d:", measure, channel);
+  return head + data;
 }
 
 class RenderMode : public ::testing::Test {
@@ -74,51 +66,35 @@ class RenderMode : public ::testing::Test {
 };
 
 TEST_F(RenderMode, SoundsStartAtTheirOwnChartTimes) {
-  folder.Write("click.wav", ClickWav());
+  WriteClick(folder.Path("click.wav"));
   // 120 BPM: a measure is 2000 ms. Clicks at 2000 and 3000 ms, then 180 BPM
   // from 4000 ms: the next bar starts 1333.3 ms later and its second beat
   // 333.3 ms after that. Key notes fire in automatic play too.
   const std::string chart =
       folder.Write("clicks.bms", Crlf({"#BPM 120", "#WAV01 CLICK.WAV", "#00101:0101", "#00203:B4", "#00201:01",
                                        "#00311:0001", "#00301:01", "#00411:0100000000000000"}));
-  const std::string wav = (folder.path() / "out.wav").string();
+  const std::string wav = folder.Path("out.wav");
   ASSERT_EQ(Render({wav, chart}), 0);
-  const std::vector<size_t> onsets = Onsets(LeftChannel(ReadFileBytes(wav)));
+  const std::vector<size_t> onsets = Onsets(ReadFileBytes(wav));
   const std::vector<double> expectedMs = {
       2000.0, 3000.0, 4000.0, 4000.0 + 4000.0 / 3, 4000.0 + 4000.0 / 3 + 2000.0 / 3, 4000.0 + 8000.0 / 3};
-  std::string found;
-  for (size_t onset : onsets) found += std::to_string(onset * 1000.0 / kRate) + " ";
-  ASSERT_EQ(onsets.size(), expectedMs.size()) << found;
+  ASSERT_EQ(onsets.size(), expectedMs.size()) << ::testing::PrintToString(onsets);
   for (size_t i = 0; i < onsets.size(); ++i) {
     EXPECT_NEAR(onsets[i] * 1000.0 / kRate, expectedMs[i], 1.0) << "sound " << i;
   }
-}
 
-// One object of a 192-step measure line.
-std::string StepLine(int measure, int channel, int step, const std::string& value) {
-  std::string data(192 * 2, '0');
-  data.replace(static_cast<size_t>(step) * 2, 2, value);
-  char head[8];
-  std::snprintf(head, sizeof head, "#%03d%02d:", measure, channel);
-  return head + data;
-}
-
-TEST_F(RenderMode, ASoundOnATempoChangeLandsOnItsExactSample) {
-  folder.Write("click.wav", ClickWav());
   // 150 BPM, then 200 BPM at measure 1 step 17, between two 5 ms passes,
   // with a click at the same position: the clock reaches it at 1600 +
-  // 17 x 1250 / 150 ms, whatever tempo follows.
-  const std::string chart = folder.Write(
+  // 17 x 1250 / 150 ms to the sample, whatever tempo follows.
+  const std::string tempo = folder.Write(
       "tempo.bms", Crlf({"#BPM 150", "#WAV01 click.wav", StepLine(1, 3, 17, "C8"), StepLine(1, 1, 17, "01")}));
-  const std::string wav = (folder.path() / "tempo.wav").string();
-  ASSERT_EQ(Render({wav, chart}), 0);
-  const std::vector<size_t> onsets = Onsets(LeftChannel(ReadFileBytes(wav)));
-  ASSERT_EQ(onsets.size(), 1u);
-  EXPECT_EQ(onsets[0], static_cast<size_t>(std::llround((1600.0 + 17 * 1250.0 / 150) * kRate / 1000)));
+  ASSERT_EQ(Render({wav, tempo}), 0);
+  EXPECT_EQ(Onsets(ReadFileBytes(wav)),
+            std::vector<size_t>{static_cast<size_t>(std::llround((1600.0 + 17 * 1250.0 / 150) * kRate / 1000))});
 }
 
 TEST_F(RenderMode, ScriptedUserPlayAppendsTheScoreLog) {
-  folder.Write("click.wav", ClickWav());
+  WriteClick(folder.Path("click.wav"));
   const std::string chart = folder.Write(
       "play.bms", Crlf({"#TITLE Keys", "#BPM 120", "#WAV01 click.wav", "#00111:01", "#00112:01", "#00301:01"}));
   // Lane 11 is Z (90), lane 12 S (83) in the default key table; S comes

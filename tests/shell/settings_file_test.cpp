@@ -26,6 +26,9 @@ using testing::TempFolder;
 class SettingsFile : public ::testing::Test {
  protected:
   std::string Read(Settings& settings) { return ReadSettings(path, settings, log) ? "read" : "missing"; }
+  static void ExpectFreshInstall(const Settings& settings) {
+    for (const SettingsKey& key : SettingsKeys()) EXPECT_EQ(OptionText(settings, key), OptionText({}, key)) << key.key;
+  }
 
   TempFolder folder;
   std::string path = (folder.path() / "vremo.ini").string();
@@ -33,38 +36,22 @@ class SettingsFile : public ::testing::Test {
   DebugLog log{&sink};
 };
 
-TEST_F(SettingsFile, MissingFileGivesDefaultsAndTheLogLine) {
-  Settings settings = UnsetSettings();
-  EXPECT_EQ(Read(settings), "missing");
-  EXPECT_EQ(sink.lines, std::vector<std::string>{"Err[not exist] :vremo.ini"});
-  EXPECT_EQ(settings.sleepMs, 5);
-  EXPECT_EQ(settings.rect, "default.vrd");
-  EXPECT_FLOAT_EQ(settings.hiSpeed, 1.0f);
-  EXPECT_TRUE(settings.playSound && settings.showGauge && settings.showObj && settings.showBga);
-  EXPECT_FALSE(settings.userPlay || settings.demoMode || settings.noWav);
-  EXPECT_FALSE(std::filesystem::exists(path));
-}
-
 TEST_F(SettingsFile, RoundTripKeepsEveryValueInTheWriteOrder) {
   Settings written;
-  written.mainForm = {12.5f, 30, 800, 600, 2};
-  written.playList = {1, 2, 3, 4, 1};
-  written.sleepMs = 1;
-  written.hiSpeed = 2.5f;
-  written.realHiSpeed = 0.75f;
-  written.rect = "my skin.vrd";
-  written.userPlay = true;
-  written.playSound = false;
-  written.nazo = true;
-  written.wndMode = 1;
-  written.wndAutoHide = 1;
+  for (const char* option :
+       {"MainForm.Left=12.5", "MainForm.Top=30", "MainForm.Width=800", "MainForm.Height=600", "MainForm.WindowState=2",
+        "PlayList.Left=1", "PlayList.Top=2", "PlayList.Width=3", "PlayList.Height=4", "PlayList.WindowState=1",
+        "Sleep=1", "HiSpeed=2.5", "RealHiSpeed=0.75", "Rect=my skin.vrd", "UserPlay=True", "PlaySound=False",
+        "Nazo=True", "WndMode=1", "WndAutoHide=1"}) {
+    ASSERT_TRUE(SetOptionText(written, option)) << option;
+  }
   ASSERT_TRUE(WriteSettings(path, written));
 
   const std::string text = ReadFileBytes(path);
-  EXPECT_EQ(text.rfind("[MainForm]\r\nLeft=12.5\r\nTop=30\r\nWidth=800\r\nHeight=600\r\nWindowState=2\r\n\r\n[PlayList]"
-                       "\r\nLeft=1\r\n",
-                       0),
-            0u);
+  EXPECT_TRUE(
+      text.starts_with("[MainForm]\r\nLeft=12.5\r\nTop=30\r\nWidth=800\r\nHeight=600\r\nWindowState=2\r\n\r\n"
+                       "[PlayList]\r\nLeft=1\r\nTop=2\r\n"))
+      << text;
   EXPECT_NE(text.find("[Setting]\r\nTitleDisplay=False\r\nSleep=1\r\nNoBGA=False\r\n"), std::string::npos);
   EXPECT_NE(text.find("HiSpeed=2.5\r\nRealHiSpeed=0.75\r\nPolMode=False\r\nRect=my skin.vrd\r\nShowGauge=True\r\n"
                       "DontStretch=False\r\nDontWait=False\r\nWndMode=1\r\nWndAutoHide=1\r\n\r\n[NoteSetting]"),
@@ -77,7 +64,7 @@ TEST_F(SettingsFile, RoundTripKeepsEveryValueInTheWriteOrder) {
   }
 }
 
-TEST_F(SettingsFile, ExistingFileKeepsMissingKeysAndBadValues) {
+TEST_F(SettingsFile, ExistingFileKeepsMissingKeysBadValuesAndCutsLongOnes) {
   folder.Write("vremo.ini", "[Setting]\r\nSleep=10\r\nHiSpeed=abc\r\n");
   Settings settings = UnsetSettings();
   EXPECT_EQ(Read(settings), "read");
@@ -96,30 +83,33 @@ TEST_F(SettingsFile, ExistingFileKeepsMissingKeysAndBadValues) {
   EXPECT_TRUE(settings.showGauge);
   EXPECT_FALSE(settings.playSound);
   EXPECT_EQ(settings.rect, "a b.vrd");
-}
 
-TEST_F(SettingsFile, LongValuesAreCutTo127Characters) {
-  const std::string rect(200, 'r');
-  folder.Write("vremo.ini", "[Setting]\r\nRect=" + rect + "\r\n");
-  Settings settings = UnsetSettings();
+  // Long values are cut to 127 characters, not bytes.
+  folder.Write("vremo.ini", "[Setting]\r\nRect=" + std::string(200, 'r') + "\r\n");
   Read(settings);
-  EXPECT_EQ(settings.rect, rect.substr(0, 127));
-  // Characters, not bytes.
+  EXPECT_EQ(settings.rect, std::string(127, 'r'));
   EXPECT_EQ(CutToChars("\xE3\x81\x82\xE3\x81\x84x", 2), "\xE3\x81\x82\xE3\x81\x84");
 }
 
-TEST_F(SettingsFile, WriteKeepsUnrelatedKeysAndSections) {
-  folder.Write("vremo.ini",
-               "; my notes\r\n[Other]\r\nA=1\r\n\r\n[Setting]\r\nSleep=9\r\nMine=kept\r\n\r\n[MainForm]\r\nLeft=5\r\n");
+TEST_F(SettingsFile, WriteKeepsUnrelatedKeysAndTheModeThroughALink) {
+  const std::string target = folder.Write(
+      "real/vremo.ini",
+      "; my notes\r\n[Other]\r\nA=1\r\n\r\n[Setting]\r\nSleep=9\r\nMine=kept\r\n\r\n[MainForm]\r\nLeft=5\r\n");
+  ASSERT_EQ(::chmod(target.c_str(), 0600), 0);
+  std::filesystem::create_symlink("real/vremo.ini", path);
   Settings settings;
   settings.sleepMs = 2;
   settings.wndMode = kNoWndMode;
   ASSERT_TRUE(WriteSettings(path, settings));
-  const std::string text = ReadFileBytes(path);
-  EXPECT_EQ(text.rfind("; my notes\r\n[Other]\r\nA=1\r\n\r\n[Setting]\r\nSleep=2\r\nMine=kept\r\n", 0), 0u);
+  EXPECT_TRUE(std::filesystem::is_symlink(path));
+  const std::string text = ReadFileBytes(target);
+  EXPECT_TRUE(text.starts_with("; my notes\r\n[Other]\r\nA=1\r\n\r\n[Setting]\r\nSleep=2\r\nMine=kept\r\n")) << text;
   EXPECT_NE(text.find("[MainForm]\r\nLeft=0\r\nTop=0\r\n"), std::string::npos);
   EXPECT_EQ(text.find("WndMode"), std::string::npos);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
+  EXPECT_EQ(std::filesystem::status(target).permissions(),
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path() / "real"), {}), 1);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2);
 }
 
 TEST_F(SettingsFile, FailedWriteLeavesTheOldFile) {
@@ -183,15 +173,21 @@ TEST_F(SettingsFile, AutoHideIsTickedAndComesBackAtExit) {
   EXPECT_NE(ReadFileBytes(path).find("\r\nWndAutoHide=1\r\n"), std::string::npos);
 }
 
-TEST_F(SettingsFile, UnreadableFileIsKeptAsBackupOrLeftAlone) {
+TEST_F(SettingsFile, MissingOrUnreadableFileGivesDefaultsAndIsKeptOrLeftAlone) {
+  Settings settings = UnsetSettings();
+  EXPECT_EQ(Read(settings), "missing");
+  EXPECT_EQ(sink.lines, std::vector<std::string>{"Err[not exist] :vremo.ini"});
+  ExpectFreshInstall(settings);
+  EXPECT_FALSE(std::filesystem::exists(path));
+
   // No settings text: read as a fresh install, kept as vremo.ini.bak at exit.
   const std::string garbage("\x89PNG\r\n\0\0[Setting]\r\nSleep=3\r\n\xFF\xFE", 26);
   folder.Write("vremo.ini", garbage);
-  Settings settings = UnsetSettings();
+  settings = UnsetSettings();
+  sink.lines.clear();
   EXPECT_EQ(Read(settings), "missing");
   EXPECT_EQ(sink.lines, std::vector<std::string>{"Err[not a settings file] :vremo.ini"});
-  EXPECT_EQ(settings.sleepMs, kDefaultSleepMs);
-  EXPECT_TRUE(settings.playSound);
+  ExpectFreshInstall(settings);
   ASSERT_TRUE(WriteSettings(path, settings, &log));
   EXPECT_EQ(sink.lines.back(), "vremo.ini could not be read: kept as vremo.ini.bak");
   EXPECT_EQ(ReadFileBytes(path + ".bak"), garbage);
@@ -206,21 +202,6 @@ TEST_F(SettingsFile, UnreadableFileIsKeptAsBackupOrLeftAlone) {
   EXPECT_FALSE(WriteSettings(path, settings, &log));
   EXPECT_EQ(sink.lines.back(), "vremo.ini could not be read: left as it is, settings not saved");
   EXPECT_EQ(std::filesystem::status(path).type(), std::filesystem::file_type::fifo);
-}
-
-TEST_F(SettingsFile, SavingKeepsTheModeAndWritesThroughALink) {
-  const std::string target = folder.Write("real/vremo.ini", "[Setting]\r\nSleep=7\r\n");
-  ASSERT_EQ(::chmod(target.c_str(), 0600), 0);
-  std::filesystem::create_symlink("real/vremo.ini", path);
-  Settings settings;
-  settings.sleepMs = 3;
-  ASSERT_TRUE(WriteSettings(path, settings));
-  EXPECT_TRUE(std::filesystem::is_symlink(path));
-  EXPECT_NE(ReadFileBytes(target).find("[Setting]\r\nSleep=3\r\n"), std::string::npos);
-  struct stat info {};
-  ASSERT_EQ(::stat(target.c_str(), &info), 0);
-  EXPECT_EQ(info.st_mode & 0777, 0600u);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path() / "real"), {}), 1);
 }
 
 }  // namespace
