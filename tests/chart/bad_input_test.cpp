@@ -16,22 +16,19 @@ using testing::ChartFixture;
 
 class BadChartInput : public ChartFixture {};
 
-TEST_F(BadChartInput, MissingFileTouchesNothing) {
+TEST_F(BadChartInput, MissingEmptyAndBinaryFilesLoadNothing) {
   ASSERT_EQ(LoadLines({"#TITLE Kept", "#00011:01"}), kLoadOk);
-  sink.lines.clear();
   EXPECT_EQ(LoadPath((folder.path() / "nothere.bms").string()), kLoadMissing);
   EXPECT_EQ(sink.lines, (std::vector<std::string>{"Err[not exist] :nothere.bms"}));
   EXPECT_EQ(chart->title, "Kept");
   EXPECT_EQ(chart->objectCount, 2);
   EXPECT_EQ(LoadPath(folder.path().string()), kLoadMissing);
-}
 
-TEST_F(BadChartInput, EmptyAndBinaryFilesHoldNoObject) {
+  // Empty and binary files hold no object.
   EXPECT_EQ(Load(""), kLoadNoObject);
   EXPECT_EQ(sink.lines.back(), "  Err: object not exists.");
   static const char kPngStart[] = "\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0\x10#00011:01\r\n";
-  const std::string png(kPngStart, sizeof kPngStart - 1);
-  EXPECT_EQ(Load(png, "picture.bms"), kLoadNoObject);
+  EXPECT_EQ(Load(std::string(kPngStart, sizeof kPngStart - 1), "picture.bms"), kLoadNoObject);
   EXPECT_EQ(sink.lines.back(), "  Err: object not exists.");
 }
 

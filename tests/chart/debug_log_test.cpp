@@ -19,6 +19,13 @@ TEST(DebugLog, LinesCaptionAndStatusText) {
   log.SetCaption("loading...");
   EXPECT_EQ(sink.caption, "Vremo v0.26 release - loading...");
   EXPECT_EQ(log.caption(), sink.caption);
+
+  std::string out;  // a stream sink prints every line
+  StreamLogSink stream([&out](std::string_view text) { out += text; });
+  DebugLog printed(&stream);
+  printed.SetStatusText("\r\n\r\n");
+  printed.PutLog("BMS load --------");
+  EXPECT_EQ(out, "\n\nBMS load --------\n");
 }
 
 TEST(DebugLog, CheckExistNamesTheMissingFile) {
@@ -31,15 +38,6 @@ TEST(DebugLog, CheckExistNamesTheMissingFile) {
   EXPECT_FALSE(log.CheckExist(folder.path().string() + "/sub/b.bms"));
   EXPECT_EQ(sink.lines,
             (std::vector<std::string>{"Err[not exist] :a.bms", "Err[not exist] :plain.bms", "Err[not exist] :b.bms"}));
-}
-
-TEST(DebugLog, StreamSinkPrintsEveryLine) {
-  std::string out;
-  StreamLogSink sink([&out](std::string_view text) { out += text; });
-  DebugLog log(&sink);
-  log.SetStatusText("\r\n\r\n");
-  log.PutLog("BMS load --------");
-  EXPECT_EQ(out, "\n\nBMS load --------\n");
 }
 
 }  // namespace
