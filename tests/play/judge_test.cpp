@@ -57,27 +57,21 @@ TEST(JudgementWindows, KindColourAndEffectsByDistance) {
   }
 }
 
-TEST(JudgementWindows, GaugeStaysWithinItsLimits) {
+TEST(JudgementWindows, GaugeLimitsComboDigitsAndPointTexts) {
   ScoreBoard board;
   board.ResetPlayers();
-  PlayerScore& s = board.players[1];
-  EXPECT_FLOAT_EQ(s.gauge, 22.0f);
+  PlayerScore& two = board.players[1];
+  EXPECT_FLOAT_EQ(two.gauge, 22.0f);
   for (int i = 0; i < 5; ++i) ApplyJudgement(board, 1, At(4, 13.0f));
-  EXPECT_FLOAT_EQ(s.gauge, 87.0f);
-  ApplyJudgement(board, 1, At(4, 13.0f));  // (100 - 22) / 13 = 6 Greats reach the top
-  EXPECT_FLOAT_EQ(s.gauge, 100.0f);
-  ApplyJudgement(board, 1, At(0, 13.0f));
-  EXPECT_FLOAT_EQ(s.gauge, 100.0f);
-  ApplyJudgement(board, 1, At(30, 13.0f));
-  EXPECT_FLOAT_EQ(s.gauge, 22.0f);
-  ApplyJudgement(board, 1, At(30, 13.0f));
-  EXPECT_FLOAT_EQ(s.gauge, 0.0f);
+  EXPECT_FLOAT_EQ(two.gauge, 87.0f);
+  // (100 - 22) / 13 = 6 Greats reach the top, which holds; Poors go down to 0.
+  const std::pair<int32_t, float> steps[] = {{4, 100.0f}, {0, 100.0f}, {30, 22.0f}, {30, 0.0f}};
+  for (auto [lateness, gauge] : steps) {
+    ApplyJudgement(board, 1, At(lateness, 13.0f));
+    EXPECT_FLOAT_EQ(two.gauge, gauge) << lateness;
+  }
   EXPECT_EQ(board.players[0].poor, 0);
-}
 
-TEST(JudgementWindows, ComboDigitsAndPointTexts) {
-  ScoreBoard board;
-  board.ResetPlayers();
   PlayerScore& s = board.players[0];
   EXPECT_EQ(s.jPtsText, "00000jp");
   EXPECT_EQ(s.ptsText, "000000p");

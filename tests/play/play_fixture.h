@@ -5,19 +5,18 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "chart/bms_reader.h"
+#include "play/headless_play.h"
 #include "play/play_engine.h"
 
 #include "tests/support/temp_folder.h"
@@ -102,6 +101,12 @@ class PlayFixture : public ::testing::Test {
     StepAt(tick);
     engine.RunJudgeBookkeeping(engine.state().nextObject, kFrameHeight);
   }
+  // Moves the play to `target` (a position, or a measure); returns what the
+  // engine made of it.
+  int32_t Seek(int32_t target, bool byPosition = true) {
+    engine.SetPlayPosition(target, byPosition);
+    return target;
+  }
   bool Logged(const std::string& line) const {
     return std::find(sink.lines.begin(), sink.lines.end(), line) != sink.lines.end();
   }
@@ -117,6 +122,22 @@ class PlayFixture : public ::testing::Test {
   RecordingSoundBank sounds{clock};
   RecordingHost host{clock};
   PlayEngine engine{*chart, settings, sounds, clock, log, host};
+};
+
+// Headless plays of the loaded chart that log their scores into the folder.
+class HeadlessFixture : public PlayFixture {
+ protected:
+  HeadlessFixture() { options.scoreLogFolder = folder.path(); }
+  // Plays from tick 0 with the key events; later calls go on with the same
+  // play (and its recorded presses).
+  HeadlessResult Play(const std::vector<KeyEvent>& events) {
+    if (!play) play.emplace(*chart, settings, sounds, keyMap, log, clock, options);
+    clock.Set(0);
+    return play->Run(events);
+  }
+  KeyMap keyMap = DefaultKeyMap();
+  HeadlessOptions options;
+  std::optional<HeadlessPlay> play;
 };
 
 // Appends an object to a chart filled by hand (keep them in position order).

@@ -19,8 +19,7 @@ class StepFrameTest : public testing::PlayFixture {
   }
   void StartAt(int32_t tick) {
     clock.Set(tick);
-    int32_t zero = 0;
-    engine.SetPlayPosition(zero, true);
+    Seek(0);
     engine.StartPlay();
   }
   void AddRecordEntry(int32_t position, int32_t sound) {
@@ -76,10 +75,8 @@ TEST_F(StepFrameTest, EachChannelDoesItsOwnThing) {
   StepAt(60);
   const PlayState& s = engine.state();
   EXPECT_DOUBLE_EQ(s.measureShown, 3.0);
-  EXPECT_EQ(s.laneKeySound[0], 5);
-  EXPECT_EQ(s.basePicture, 9);
-  EXPECT_EQ(s.layerPicture, 8);
-  EXPECT_EQ(s.missPicture, 7);
+  // Lane 31 sets the key sound of lane 11; then the base, layer and miss pictures.
+  EXPECT_EQ((std::vector{s.laneKeySound[0], s.basePicture, s.layerPicture, s.missPicture}), (std::vector{5, 9, 8, 7}));
   EXPECT_TRUE(s.pictureChanged);
   EXPECT_TRUE(sounds.restarts.empty());
 
@@ -102,8 +99,7 @@ TEST_F(StepFrameTest, StatusLineShowsFramesMeasuresAndTimes) {
   chart->playLengthMs = 130000;
   settings.sleepMs = 16;
   clock.Set(0);
-  int32_t target = 35000;
-  engine.SetPlayPosition(target, true);
+  Seek(35000);
   EXPECT_EQ(host.songInfo.back(), "<0fps> 11/64 [0:35/2:10] ");
   engine.StartPlay();
   while (clock.TickCount() <= 1008) engine.RunPass();
@@ -130,8 +126,7 @@ TEST_F(StepFrameTest, PlayLoopWaitsForSoundsThenFinishes) {
   EXPECT_EQ(clock.TickCount(), 155);
   EXPECT_EQ(host.songInfo.back(), "curpoly: 0");
   EXPECT_EQ(std::count(host.songInfo.begin(), host.songInfo.end(), "curpoly: 1"), 9);
-  EXPECT_EQ(host.timerStarts, 1);
-  EXPECT_EQ(host.timerKills, 1);
+  EXPECT_EQ(std::pair(host.timerStarts, host.timerKills), std::pair(1, 1));
   EXPECT_EQ(host.seekBar.back(), 100);
   EXPECT_FALSE(engine.Playing());
   EXPECT_FALSE(std::filesystem::exists(folder.Path("vremoscore.txt")));  // not a user play
@@ -155,8 +150,7 @@ TEST_F(StepFrameTest, StopDuringTheSoundWaitEndsWithoutScoreLog) {
   host.onMessages = nullptr;
   sink.lines.clear();
   clock.Set(0);
-  int32_t zero = 0;
-  engine.SetPlayPosition(zero, true);
+  Seek(0);
   engine.PlayLoop();
   EXPECT_FALSE(Logged("  waiting for sounds stop..."));
   EXPECT_EQ(host.songInfo.back(), "J-Pts: 0.0pts");
