@@ -61,8 +61,7 @@ TEST_F(ChartLines, ChannelsDecideObjectsAndSides) {
   EXPECT_EQ(chart->objectCount, 0);
   ReadAll({U"00503:B4", U"00004:01", U"00006:01", U"00007:01", U"00019:01", U"00021:01", U"00029:0101"});
   EXPECT_EQ(chart->objectCount, 8);
-  EXPECT_EQ(chart->totalNotes[0], 1);
-  EXPECT_EQ(chart->totalNotes[1], 3);
+  EXPECT_EQ(chart->totalNotes, (std::array<int32_t, 2>{1, 3}));
   EXPECT_EQ(chart->sideUsed[1], kTrue16);
   EXPECT_EQ(Object(0).value, 180);
   EXPECT_EQ(chart->maxMeasure, 5);
@@ -126,17 +125,14 @@ TEST_F(ChartMediaLoading, MediaLinesReachTheLayerInFileOrder) {
   EXPECT_TRUE(Logged("  VRAM free: 123456bytes"));
   EXPECT_TRUE(Logged("  sorry, MIDIfile is not support."));
   // Slots are hexadecimal in either case; names are trimmed.
-  EXPECT_EQ(chart->wavName[11], "b.wav");
-  EXPECT_EQ(chart->wavName[255], "last.ogg");
-  EXPECT_EQ(chart->bmpName[10], "bg.png");
+  EXPECT_EQ((std::vector{chart->wavName[11], chart->wavName[255], chart->bmpName[10]}),
+            (std::vector<std::string>{"b.wav", "last.ogg", "bg.png"}));
   EXPECT_EQ(chart->soundBaseFrequency[2], 22050);
   EXPECT_FLOAT_EQ(chart->soundSize[2], 4410.0f);
   // A BMP file takes the size last measured for another picture type.
-  EXPECT_EQ(chart->pictureRect[1].width, 0);
-  EXPECT_EQ(chart->pictureRect[3].width, 320);
-  EXPECT_EQ(chart->pictureRect[4].width, 320);
-  EXPECT_EQ(chart->pictureRect[4].height, 240);
-  EXPECT_EQ(chart->pictureRect[5].width, 320);
+  const auto& rect = chart->pictureRect;
+  EXPECT_EQ((std::vector{rect[1].width, rect[3].width, rect[4].width, rect[4].height, rect[5].width}),
+            (std::vector{0, 320, 320, 240, 320}));
 
   // Switches turn loading off; the names are still read.
   options.noWav = true;

@@ -43,18 +43,15 @@ TEST_F(CorpusCharts, LoadWithTheirTotalsLengthsAndTitles) {
     SCOPED_TRACE(expected.file);
     ASSERT_EQ(LoadPath(PathOf(expected.file)), kLoadOk);
     EXPECT_EQ(chart->title, expected.title);
-    EXPECT_EQ(chart->player, expected.player);
-    EXPECT_EQ(chart->totalNotes[0], expected.notes1);
-    EXPECT_EQ(chart->totalNotes[1], expected.notes2);
-    EXPECT_EQ(chart->lengthMs, expected.lengthMs);
-    EXPECT_EQ(chart->maxMeasure, expected.maxMeasure);
+    EXPECT_EQ(
+        (std::vector{chart->player, chart->totalNotes[0], chart->totalNotes[1], chart->lengthMs, chart->maxMeasure}),
+        (std::vector{expected.player, expected.notes1, expected.notes2, expected.lengthMs, expected.maxMeasure}));
     for (int32_t i = 1; i < chart->objectCount; ++i) ASSERT_LE(chart->objects[i - 1].y, chart->objects[i].y);
   }
   // dive_withblank, loaded last, has tabs and empty media lines. "1O".."1S"
   // are read as hexadecimal: the leading "1" is slot 01, and the last of
   // them, "#WAV1S " with no name, is the one that stays.
-  EXPECT_EQ(chart->wavName[1], "");
-  EXPECT_EQ(chart->bmpName[1], "");
+  EXPECT_EQ(chart->wavName[1] + chart->bmpName[1], "");
   EXPECT_EQ(chart->total, 500);
   EXPECT_FLOAT_EQ(chart->bpm, 222.22f);
   EXPECT_EQ(SongInfoLines(*chart)[5], "* bpm:222.22");

@@ -42,18 +42,15 @@ TEST(JudgementWindows, KindColourAndEffectsByDistance) {
     board.players[0].displayedGauge = 20.0f;
     EXPECT_EQ(ApplyJudgement(board, 0, At(c.d)), c.kind);
     const PlayerScore& s = board.players[0];
-    EXPECT_EQ(s.lastJudgement, c.kind);
-    EXPECT_EQ(board.lastColour, c.colour);
     EXPECT_FLOAT_EQ(s.gauge, c.gauge);
     EXPECT_DOUBLE_EQ(s.pts, c.pts);
     EXPECT_FLOAT_EQ(s.jPts, c.jPts);
-    EXPECT_EQ(s.lastJudgementTick, 777);
     const bool hit = c.kind >= kJudgeGood;
-    EXPECT_EQ(s.combo, hit ? 5 : 0);
-    EXPECT_EQ(board.missFlag, !hit);
     EXPECT_FLOAT_EQ(s.displayedGauge, hit ? 20.0f : 0.0f);
-    EXPECT_EQ(board.missPosition, hit ? 0 : 10);  // 10.5 rounds to even
-    EXPECT_EQ(s.fGreat + s.great + s.good + s.bad + s.poor, 1);
+    // Kind, colour, tick, combo, miss flag and position (10.5 rounds to even), one count.
+    EXPECT_EQ((std::vector<int32_t>{s.lastJudgement, board.lastColour, s.lastJudgementTick, s.combo, board.missFlag,
+                                    board.missPosition, s.fGreat + s.great + s.good + s.bad + s.poor}),
+              (std::vector<int32_t>{c.kind, c.colour, 777, hit ? 5 : 0, !hit, hit ? 0 : 10, 1}));
   }
 }
 
@@ -73,15 +70,11 @@ TEST(JudgementWindows, GaugeLimitsComboDigitsAndPointTexts) {
   EXPECT_EQ(board.players[0].poor, 0);
 
   PlayerScore& s = board.players[0];
-  EXPECT_EQ(s.jPtsText, "00000jp");
-  EXPECT_EQ(s.ptsText, "000000p");
+  EXPECT_EQ(s.jPtsText + s.ptsText, "00000jp000000p");
   EXPECT_EQ(s.comboDigitTop, -1);
   for (int i = 0; i < 12; ++i) ApplyJudgement(board, 0, At(0, 1.0f, 1.25));
-  EXPECT_EQ(s.comboDigitTop, 1);
-  EXPECT_EQ(s.comboDigits[0], 1);
-  EXPECT_EQ(s.comboDigits[1], 2);
-  EXPECT_EQ(s.jPtsText, "00216jp");
-  EXPECT_EQ(s.ptsText, "000030p");
+  EXPECT_EQ((std::vector<int32_t>{s.comboDigitTop, s.comboDigits[0], s.comboDigits[1]}), (std::vector{1, 1, 2}));
+  EXPECT_EQ(s.jPtsText + s.ptsText, "00216jp000030p");
   ApplyJudgement(board, 0, At(6, 1.0f, 1.25));  // 30.625 rounds up
   EXPECT_EQ(s.ptsText, "000031p");
   EXPECT_EQ(s.ExPts(), 24);
@@ -148,18 +141,15 @@ TEST_F(JudgeNoteTest, PendingNotesAreTakenWithin40AndMissedAt18) {
   engine.scores().players[0].combo = 7;
   engine.scores().players[1].combo = 9;
   StepAt(218);  // 18 late: Poor at 48, then the next note of the lane
-  const PlayerScore& p1 = engine.scores().players[0];
-  EXPECT_EQ(p1.poor, 1);
-  EXPECT_FLOAT_EQ(p1.jPts, -60.0f);
-  EXPECT_EQ(p1.combo, 0);
-  EXPECT_EQ(engine.scores().players[1].combo, 9);
-  EXPECT_EQ(engine.state().lanePendingNote[0], 1);
+  const auto& players = engine.scores().players;
+  EXPECT_FLOAT_EQ(players[0].jPts, -60.0f);
+  // Poors and combos of both players, and the lane's next note.
+  EXPECT_EQ((std::vector{players[0].poor, players[0].combo, players[1].combo, engine.state().lanePendingNote[0]}),
+            (std::vector{1, 0, 9, 1}));
 
   chart->sidePlayer = {0, 0};
   StepAt(258);  // double play: the Poor is player 1's, side 2's combo is cleared
-  EXPECT_EQ(engine.scores().players[0].poor, 3);
-  EXPECT_EQ(engine.scores().players[1].poor, 0);
-  EXPECT_EQ(engine.scores().players[1].combo, 0);
+  EXPECT_EQ((std::vector{players[0].poor, players[1].poor, players[1].combo}), (std::vector{3, 0, 0}));
 
   settings.userPlay = false;  // no pending notes, and nothing is missed
   AddObject(*chart, 1100, 12, 1);

@@ -76,14 +76,11 @@ TEST_F(LaneKeyTest, PressJudgesThePendingNoteAndIsRecorded) {
   keys.KeyDown('Z');
   EXPECT_EQ(engine.scores().players[0].fGreat, 1);  // 2.5 units round to 2
   ASSERT_EQ(engine.record().length(), 2);
-  const PlayRecordEntry& first = engine.record().Entry(0);
-  EXPECT_EQ(first.position, 61);
-  EXPECT_EQ(first.colour, RgbColour(255, 0, 0));
-  const PlayRecordEntry& second = engine.record().Entry(1);
-  EXPECT_EQ(second.measure, 0);
-  EXPECT_EQ(second.position, 152);
-  EXPECT_EQ(second.channel, 11);
-  EXPECT_EQ(second.sound, 3);
+  for (int32_t i = 0; i < 2; ++i) {
+    const PlayRecordEntry& entry = engine.record().Entry(i);  // the colour of the Poor, then the Fast Great
+    EXPECT_EQ((std::vector{entry.measure, entry.position, entry.colour, entry.channel, entry.sound}),
+              (std::vector{0, i == 0 ? 61 : 152, i == 0 ? RgbColour(255, 0, 0) : RgbColour(255, 255, 0), 11, 3}));
+  }
   EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{3, 61.0}, {3, 152.0}}));
 }
 

@@ -39,8 +39,7 @@ TEST_F(StepFrameTest, ObjectsFireAtTheirPositionScheduleAndRecordOneStepLater) {
   AddRecordEntry(100, 7);
   StepAt(1100);
   EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{1, 1100.0}}));
-  EXPECT_EQ(engine.state().laneKeySound[0], 0);
-  EXPECT_EQ(engine.state().nextObject, 1);
+  EXPECT_EQ(std::pair(engine.state().laneKeySound[0], engine.state().nextObject), std::pair(0, 1));
   StepAt(1101);
   EXPECT_EQ(engine.state().laneKeySound[0], 5);
   EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{1, 1100.0}, {7, 1100.0}}));
@@ -57,9 +56,8 @@ TEST_F(StepFrameTest, SoundsFortyEightUnitsLateAreSkippedButConsumed) {
   AddRecordEntry(450, 7);
   for (int32_t tick : {1247, 1348, 1448, 1497, 1547, 1648}) StepAt(tick);
   EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{2, 1200.0}, {7, 1450.0}, {1, 1500.0}}));
-  EXPECT_EQ(engine.state().nextObject, 4);
-  EXPECT_EQ(engine.state().nextRecordEntry, 2);
-  EXPECT_EQ(engine.state().lastLateness, 48);
+  const PlayState& s = engine.state();
+  EXPECT_EQ((std::vector{s.nextObject, s.nextRecordEntry, s.lastLateness}), (std::vector{4, 2, 48}));
 }
 
 TEST_F(StepFrameTest, EachChannelDoesItsOwnThing) {
@@ -86,9 +84,8 @@ TEST_F(StepFrameTest, EachChannelDoesItsOwnThing) {
   engine.state().lanePendingNote[1] = 6;
   StepAt(104);
   EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{3, 100.0}, {3, 100.0}}));
-  EXPECT_EQ(s.lanePendingNote[1], kNoPendingNote);
-  EXPECT_EQ(engine.scores().players[0].great, 1);
-  EXPECT_EQ(chart->objects[6].done, kTrue16);
+  EXPECT_EQ((std::vector<int32_t>{s.lanePendingNote[1], engine.scores().players[0].great, chart->objects[6].done}),
+            (std::vector<int32_t>{kNoPendingNote, 1, kTrue16}));
 }
 
 TEST_F(StepFrameTest, StatusLineShowsFramesMeasuresAndTimes) {
