@@ -17,7 +17,7 @@ std::vector<std::u32string> LinesOf(const std::string& bytes) {
 
 using Lines = std::vector<std::u32string>;
 
-TEST(ChartLineSplitting, OnlyLinesStartingWithHashCount) {
+TEST(ChartLineSplitting, OnlyLinesStartingWithHashCountEndedByCrLf) {
   EXPECT_EQ(LinesOf("#TITLE a\r\n #ARTIST hidden\r\nx#GENRE hidden\r\n*comment\r\n#BPM 120\r\n"),
             (Lines{U"TITLE a", U"BPM 120"}));
   // An unterminated last line loses its last character.
@@ -26,9 +26,7 @@ TEST(ChartLineSplitting, OnlyLinesStartingWithHashCount) {
   // The line end is searched from the second character: a line holding only
   // "#" runs on into the next line, which is lost.
   EXPECT_EQ(LinesOf("#\r\n#TITLE a\r\n#GENRE b\r\n"), (Lines{U"\r\n#TITLE a", U"GENRE b"}));
-}
-
-TEST(ChartLineSplitting, CarriageReturnOnlyFilesAreConvertedLineFeedOnlyAreNot) {
+  // Files with CR only are converted, files with LF only are not.
   EXPECT_EQ(LinesOf("#TITLE a\r#GENRE b\r"), (Lines{U"TITLE a", U"GENRE b"}));
   // One CR LF anywhere and lone CRs stay as they are.
   EXPECT_EQ(LinesOf("#TITLE a\r\n#GENRE b\r#ARTIST c\r\n"), (Lines{U"TITLE a", U"GENRE b\r#ARTIST c"}));
@@ -45,9 +43,7 @@ TEST(ChartTextDecoding, Utf8AndShiftJisEndingAtTheFirstNul) {
   EXPECT_EQ(DecodeChartBytes("\x83\x65\xFF#A"), U"\u30C6\uFFFD#A");
   EXPECT_EQ(DecodeChartBytes(std::string("#TITLE a\0#GENRE b", 17)), U"#TITLE a");
   EXPECT_EQ(DecodeChartBytes(std::string("\0#TITLE a", 9)), U"");
-}
 
-TEST(ChartTextDecoding, RoundTripsThroughUtf8) {
   const std::u32string text = U"\u30C6\u30B9\u30C8 \U0001F3B5 a";
   EXPECT_EQ(FromUtf8(ToUtf8(text)), text);
   EXPECT_EQ(TrimBlanks(U"  a b \t "), U"a b \t");

@@ -7,7 +7,7 @@
 namespace vremo {
 namespace {
 
-TEST(DebugLog, LinesCaptionAndStatusText) {
+TEST(DebugLog, LinesCaptionStatusTextAndMissingFiles) {
   MemoryLogSink sink;
   DebugLog log(&sink);
   log.PutLog("first");
@@ -26,12 +26,10 @@ TEST(DebugLog, LinesCaptionAndStatusText) {
   printed.SetStatusText("\r\n\r\n");
   printed.PutLog("BMS load --------");
   EXPECT_EQ(out, "\n\nBMS load --------\n");
-}
 
-TEST(DebugLog, CheckExistNamesTheMissingFile) {
+  // CheckExist names the missing file.
   testing::TempFolder folder;
-  MemoryLogSink sink;
-  DebugLog log(&sink);
+  sink.lines.clear();
   EXPECT_TRUE(log.CheckExist(folder.Write("here.bms", "x")));
   EXPECT_FALSE(log.CheckExist("C:\\songs\\a.bms"));
   EXPECT_FALSE(log.CheckExist("plain.bms"));

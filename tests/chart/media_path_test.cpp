@@ -28,7 +28,7 @@ class MediaPaths : public ::testing::Test {
   TempFolder folder;
 };
 
-TEST_F(MediaPaths, BackslashesCaseAndOtherExtensionsOfTheKindAreForgiven) {
+TEST_F(MediaPaths, BackslashesCaseAndOtherExtensionsAreForgivenFoldersListedOnce) {
   EXPECT_EQ(Found("Sounds/Kick.OGG"), "Sounds/Kick.OGG");
   EXPECT_EQ(Found("sounds\\kick.ogg"), "Sounds/Kick.OGG");
   EXPECT_EQ(Found("deep\\ER\\HAT.WAV"), "Deep/Er/hat.wav");
@@ -45,9 +45,8 @@ TEST_F(MediaPaths, BackslashesCaseAndOtherExtensionsOfTheKindAreForgiven) {
   EXPECT_FALSE(Found("bg.wav"));
   EXPECT_FALSE(Found("hat.wav", MediaKind::kPicture));
   for (const char* name : {"none.wav", "", "Sounds", "Sounds/", "nofolder/kick.ogg"}) EXPECT_FALSE(Found(name)) << name;
-}
 
-TEST_F(MediaPaths, OneLoadListsEachFolderOnceWhateverTheNumberOfNames) {
+  // One load lists each folder once, whatever the number of names.
   MediaFolderIndex index;
   auto found = [&](const std::string& name, MediaKind kind = MediaKind::kSound) {
     return Relative(index.Resolve(In(name), kind));

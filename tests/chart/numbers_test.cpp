@@ -20,7 +20,7 @@ TEST(Rounding, HalvesGoToEvenAndOutOfRangeFails) {
   EXPECT_FALSE(ToSingle(1e300));
 }
 
-TEST(NumberTexts, StrictLeadingAndHexadecimal) {
+TEST(NumberTexts, ReadStrictLeadingAndHexadecimalWriteShortest) {
   // Strict: the whole text must be a number.
   const std::pair<std::u32string, double> strict[] = {
       {U"120", 120.0}, {U"-1.25", -1.25}, {U"1e3", 1000.0}, {U".5", 0.5}};
@@ -32,9 +32,7 @@ TEST(NumberTexts, StrictLeadingAndHexadecimal) {
   for (const auto& [text, value] : leading) EXPECT_EQ(LeadingNumber(text), value);
   const std::pair<std::u32string, int32_t> hex[] = {{U"FF", 255}, {U"0a", 10}, {U"ZZ", 0}, {U"1Z", 1}};
   for (const auto& [text, value] : hex) EXPECT_EQ(LeadingHex(text), value);
-}
-
-TEST(ShortestDecimals, PlainForEverydayValues) {
+  // Shortest decimals, plain for everyday values.
   EXPECT_EQ(ShortestDecimal(150.0f), "150");
   EXPECT_EQ(ShortestDecimal(222.22f), "222.22");
   EXPECT_EQ(ShortestDecimal(0.096f), "0.096");
