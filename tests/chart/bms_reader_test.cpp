@@ -1,7 +1,5 @@
-// Loading chart files: the play list's header reader; files that are no
-// chart at all, each ending with the loader's own result and log line, never
-// a crash; and charts past the fixed tables, where nothing is written past a
-// table, the load goes on, and one line says what was dropped.
+// Loading chart files: the list's header reader; files that are no chart end with their result and line, never
+// a crash; past a fixed table nothing is written, the load goes on and one line says what was dropped.
 #include "chart/bms_reader.h"
 
 #include <gtest/gtest.h>

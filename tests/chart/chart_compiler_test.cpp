@@ -28,8 +28,7 @@ class ChartCompiler : public ChartFixture {
 };
 
 TEST_F(ChartCompiler, ObjectsAreSortedByPosition) {
-  // Raw order: note 11, note 12, bar line, all at 0. The quicksort leaves the
-  // bar line first and the two notes swapped.
+  // Raw order: note 11, note 12, bar line, all at 0; the quicksort puts the bar line first, the notes swapped.
   ASSERT_EQ(LoadLines({"#BPM 120", "#00011:01", "#00012:02"}), kLoadOk);
   EXPECT_EQ(Objects(), (std::vector<Placed>{{0, -1}, {0, 12}, {0, 11}}));
 
@@ -48,15 +47,13 @@ TEST_F(ChartCompiler, MeasureLengthsScalePositions) {
   ASSERT_EQ(LoadLines({"#BPM 120", "#00102:0.5", "#00111:0001", "#00211:01"}), kLoadOk);
   EXPECT_EQ(Objects(), (std::vector<Placed>{{0, -1}, {192, -1}, {240, 11}, {288, -1}, {288, 11}}));
 
-  // Each short measure adds 0.4992 units, rounded away at every bar; summed
-  // once the two would round to 1.
+  // Each short measure adds 0.4992 units, rounded away at every bar; summed once the two would round to 1.
   ASSERT_EQ(LoadLines({"#BPM 120", "#00002:0.0026", "#00102:0.0026", "#00211:01"}), kLoadOk);
   EXPECT_EQ(chart->objects[chart->objectCount - 1].y, 0);
 }
 
 TEST_F(ChartCompiler, LengthFollowsTempoChanges) {
-  // The whole load log is checked by the --info tool mode; here a chart of
-  // one measure has no length.
+  // The whole load log is checked by the --info tool mode; a chart of one measure has no length.
   ASSERT_EQ(LoadLines({"#BPM 120", "#00011:01"}), kLoadOk);
   EXPECT_EQ(InfoLines(), (Strings{"BMSInfo --------", "* BMS-ID: 121", "* 2objects, 0measures", "* TotalNotes 1:1 2:0",
                                   "* length 0ms, 0pixels"}));

@@ -23,8 +23,7 @@ TEST(ChartLineSplitting, OnlyLinesStartingWithHashCountEndedByCrLf) {
   // An unterminated last line loses its last character.
   EXPECT_EQ(LinesOf("#TITLE a\r\n#00111:0101"), (Lines{U"TITLE a", U"00111:010"}));
   EXPECT_EQ(LinesOf("#00111:0101\r\n"), (Lines{U"00111:0101"}));
-  // The line end is searched from the second character: a line holding only
-  // "#" runs on into the next line, which is lost.
+  // The line end is searched from the second character: a lone "#" runs on into the next line, which is lost.
   EXPECT_EQ(LinesOf("#\r\n#TITLE a\r\n#GENRE b\r\n"), (Lines{U"\r\n#TITLE a", U"GENRE b"}));
   // Files with CR only are converted, files with LF only are not.
   EXPECT_EQ(LinesOf("#TITLE a\r#GENRE b\r"), (Lines{U"TITLE a", U"GENRE b"}));

@@ -1,6 +1,5 @@
-// Real charts by BMS authors, read from the shared corpus beside the
-// checkout: they must load with the totals, lengths and titles a player
-// expects.
+// Real charts by BMS authors, from the shared corpus beside the checkout: they must load with the totals,
+// lengths and titles a player expects.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -48,9 +47,8 @@ TEST_F(CorpusCharts, LoadWithTheirTotalsLengthsAndTitles) {
         (std::vector{expected.player, expected.notes1, expected.notes2, expected.lengthMs, expected.maxMeasure}));
     for (int32_t i = 1; i < chart->objectCount; ++i) ASSERT_LE(chart->objects[i - 1].y, chart->objects[i].y);
   }
-  // dive_withblank, loaded last, has tabs and empty media lines. "1O".."1S"
-  // are read as hexadecimal: the leading "1" is slot 01, and the last of
-  // them, "#WAV1S " with no name, is the one that stays.
+  // dive_withblank, loaded last, has tabs and empty media lines. "1O".."1S" are read as hexadecimal: the
+  // leading "1" is slot 01, and the last of them, "#WAV1S " with no name, is the one that stays.
   EXPECT_EQ(chart->wavName[1] + chart->bmpName[1], "");
   EXPECT_EQ(chart->total, 500);
   EXPECT_FLOAT_EQ(chart->bpm, 222.22f);

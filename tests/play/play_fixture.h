@@ -1,7 +1,6 @@
 #pragma once
-// A play engine on a virtual clock with a sound bank that records what it
-// was asked to play, a host that records what the engine showed, and charts
-// loaded from texts written into a temporary folder.
+// A play engine on a virtual clock with a sound bank and a host that record what the engine asked for and
+// showed, and charts loaded from texts written into a temporary folder.
 
 #include <gtest/gtest.h>
 
@@ -83,15 +82,13 @@ class PlayFixture : public ::testing::Test {
  protected:
   static constexpr int32_t kFrameHeight = 480;
 
-  // Loads a chart text (CR LF line ends added); fails the test when it does
-  // not load.
+  // Loads a chart text (CR LF line ends added); fails the test when it does not load.
   void LoadLines(const std::vector<std::string>& lines) {
     std::string text;
     for (const auto& line : lines) text += line + "\r\n";
     ASSERT_EQ(LoadChart(folder.Write("song.bms", text), *chart, context), kLoadOk);
     sink.lines.clear();
   }
-  // Steps the clock to `tick`.
   void StepAt(int32_t tick) {
     clock.Set(tick);
     engine.StepFrame();
@@ -101,8 +98,7 @@ class PlayFixture : public ::testing::Test {
     StepAt(tick);
     engine.RunJudgeBookkeeping(engine.state().nextObject, kFrameHeight);
   }
-  // Moves the play to `target` (a position, or a measure); returns what the
-  // engine made of it.
+  // Moves the play to `target` (a position, or a measure); returns what the engine made of it.
   int32_t Seek(int32_t target, bool byPosition = true) {
     engine.SetPlayPosition(target, byPosition);
     return target;
@@ -128,8 +124,7 @@ class PlayFixture : public ::testing::Test {
 class HeadlessFixture : public PlayFixture {
  protected:
   HeadlessFixture() { options.scoreLogFolder = folder.path(); }
-  // Plays from tick 0 with the key events; later calls go on with the same
-  // play (and its recorded presses).
+  // Plays from tick 0 with the key events; later calls go on with the same play and its recorded presses.
   HeadlessResult Play(const std::vector<KeyEvent>& events) {
     if (!play) play.emplace(*chart, settings, sounds, keyMap, log, clock, options);
     clock.Set(0);

@@ -10,8 +10,7 @@ namespace {
 
 using testing::SoundCall;
 
-// Four side-1 notes at 192, 240, 288 and 336 and one side-2 note at 384, at
-// 0.12 units a millisecond.
+// Four side-1 notes at 192, 240, 288 and 336 and one side-2 note at 384, at 0.12 units a millisecond.
 const std::vector<std::string> kSong = {
     "#GENRE Genre", "#TITLE Title", "#ARTIST Artist", "#BPM 150",        "#PLAYER 1",
     "#PLAYLEVEL 3", "#RANK 2",      "#TOTAL 160",     "#00111:01010101", "#00221:01",

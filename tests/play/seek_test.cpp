@@ -5,8 +5,7 @@
 namespace vremo {
 namespace {
 
-// Tempo 125 (0.1 units a millisecond at factor 1), a change to 250 (FA) at
-// the start of measure 1 and notes in measures 2 and 3.
+// Tempo 125 (0.1 units a millisecond at factor 1), a change to 250 (FA) at measure 1, notes in measures 2 and 3.
 class SeekTest : public testing::PlayFixture {
  protected:
   void SetUp() override { LoadLines({"#BPM 125", "#PLAYER 1", "#00103:FA", "#00211:01", "#00311:01"}); }
