@@ -81,7 +81,7 @@ TEST_F(ChartCompiler, LengthFollowsTempoChanges) {
   EXPECT_FLOAT_EQ(chart->unitsPerMs, 0.144f);
 }
 
-TEST_F(ChartCompiler, DoublePlayCountsSideTwoTwiceInTheIdentity) {
+TEST_F(ChartCompiler, DoublePlayIdentityAndDefaultTotals) {
   ASSERT_EQ(LoadLines({"#PLAYER 3", "#PLAYLEVEL 4", "#RANK 2", "#BPM 150", "#00011:010101", "#00021:0101"}), kLoadOk);
   EXPECT_EQ(chart->totalNotes, (std::array<int32_t, 2>{5, 2}));
   EXPECT_EQ(chart->sidePlayer, (std::array<int32_t, 2>{0, 0}));
@@ -96,9 +96,8 @@ TEST_F(ChartCompiler, DoublePlayCountsSideTwoTwiceInTheIdentity) {
   ASSERT_EQ(LoadLines({"#PLAYER 1", "#00011:01", "#00021:01"}), kLoadOk);
   EXPECT_EQ(chart->sidePlayer[1], 1);
   EXPECT_EQ(chart->totalNotes[0], 1);
-}
 
-TEST_F(ChartCompiler, DefaultTotalUsesThePreviousRates) {
+  // The default total uses the previous rates.
   ASSERT_EQ(LoadLines({"#BPM 120", "#00011:0101"}), kLoadOk);
   EXPECT_EQ(chart->total, 200);
   EXPECT_FLOAT_EQ(chart->gaugePerNote[0], 100.0f);

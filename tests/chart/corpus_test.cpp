@@ -28,7 +28,7 @@ class CorpusCharts : public testing::ChartFixture {
   }
 };
 
-TEST_F(CorpusCharts, LoadWithTheirTotalsLengthsAndTitles) {
+TEST_F(CorpusCharts, LoadWithTheirTotalsLengthsTitlesAndTexts) {
   const CorpusChart charts[] = {
       {"moontide/moontide_7p.bme", "moontide (bms edit) [professional]", 1, 771, 0, 112929, 65},
       {"moontide/moontide_5.bms", "moontide (bms edit)", 1, 580, 0, 112929, 65},
@@ -53,9 +53,8 @@ TEST_F(CorpusCharts, LoadWithTheirTotalsLengthsAndTitles) {
   EXPECT_EQ(chart->total, 500);
   EXPECT_FLOAT_EQ(chart->bpm, 222.22f);
   EXPECT_EQ(SongInfoLines(*chart)[5], "* bpm:222.22");
-}
 
-TEST_F(CorpusCharts, Utf8WithByteOrderMarkAndLineFeedOnlyCopy) {
+  // UTF-8 with a byte order mark.
   ASSERT_EQ(LoadPath(PathOf("j219/J219_7key.bms")), kLoadOk);
   EXPECT_EQ(chart->genre, "EURO BEAT");
   EXPECT_EQ(chart->artist, "cranky (obj: Mikuro Xina)");

@@ -8,7 +8,8 @@
 namespace vremo {
 namespace {
 
-TEST(Rounding, HalvesGoToEvenAndOutOfRangeFails) {
+TEST(Numbers, RoundReadAndWrite) {
+  // Rounding: halves go to even, out of range fails.
   const std::pair<double, int32_t> cases[] = {{0.5, 0},   {1.5, 2},       {2.5, 2},
                                               {-2.5, -2}, {2.5000001, 3}, {2147483647.4, 2147483647}};
   for (auto [value, rounded] : cases) EXPECT_EQ(RoundToInt32(value), rounded) << value;
@@ -18,9 +19,7 @@ TEST(Rounding, HalvesGoToEvenAndOutOfRangeFails) {
   }
   EXPECT_FALSE(RoundToInt16(32767.5));
   EXPECT_FALSE(ToSingle(1e300));
-}
 
-TEST(NumberTexts, ReadStrictLeadingAndHexadecimalWriteShortest) {
   // Strict: the whole text must be a number.
   const std::pair<std::u32string, double> strict[] = {
       {U"120", 120.0}, {U"-1.25", -1.25}, {U"1e3", 1000.0}, {U".5", 0.5}};

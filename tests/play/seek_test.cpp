@@ -34,7 +34,7 @@ class SeekTest : public testing::PlayFixture {
   }
 };
 
-TEST_F(SeekTest, TempoChangeKeepsThePositionAtFactorOneAndJumpsAtOthers) {
+TEST_F(SeekTest, TempoChangesAgreeWithSeekingAndOutOfRangeIsRefused) {
   PlayUntil(2000);
   EXPECT_EQ(engine.state().positionOffset, -192);
   EXPECT_FLOAT_EQ(engine.state().scaledTempo, 250.0f);
@@ -53,9 +53,8 @@ TEST_F(SeekTest, TempoChangeKeepsThePositionAtFactorOneAndJumpsAtOthers) {
   }
   EXPECT_FLOAT_EQ(engine.state().scaledTempo, 375.0f);
   ExpectSeekAgrees(386);
-}
 
-TEST_F(SeekTest, MeasuresAndPositionsOutOfRangeAreRefused) {
+  // Measures and positions out of range are refused.
   ASSERT_EQ(chart->maxMeasure, 3);
   clock.Set(5000);
   EXPECT_EQ(Seek(3, false), 576);

@@ -101,9 +101,8 @@ TEST_F(StepFrameTest, StatusLineShowsFramesMeasuresAndTimes) {
   engine.StartPlay();
   while (clock.TickCount() <= 1008) engine.RunPass();
   // A bar line shows the status while it is still the next object.
-  const std::vector<std::string> expected = {"<0fps> 11/64 [0:35/2:10] ", "<0fps> 11/64 [0:35/2:10] ",
-                                             "<63fps> 12/64 [0:36/2:10] "};
-  EXPECT_EQ(host.songInfo, expected);
+  EXPECT_EQ(host.songInfo, (std::vector<std::string>{"<0fps> 11/64 [0:35/2:10] ", "<0fps> 11/64 [0:35/2:10] ",
+                                                     "<63fps> 12/64 [0:36/2:10] "}));
   EXPECT_TRUE(host.seekBar.empty());  // 36008 does not fit the 16-bit bar
 }
 
@@ -115,10 +114,9 @@ TEST_F(StepFrameTest, PlayLoopWaitsForSoundsThenFinishes) {
   sounds.lengthMs = 50;
   engine.SetScoreLogFolder(folder.path());
   engine.PlayLoop();
-  const std::vector<std::string> expected = {
-      "PlayLoop --------", "  initialize...",  "  playloop start", "  play-loop end.", "  waiting for sounds stop...",
-      "  sounds stopped.", "PlayLoop complete"};
-  EXPECT_EQ(sink.lines, expected);
+  EXPECT_EQ(sink.lines,
+            (std::vector<std::string>{"PlayLoop --------", "  initialize...", "  playloop start", "  play-loop end.",
+                                      "  waiting for sounds stop...", "  sounds stopped.", "PlayLoop complete"}));
   EXPECT_EQ(sink.caption, "Vremo v0.26 release - [g] t / a");
   EXPECT_EQ(clock.TickCount(), 155);
   EXPECT_EQ(host.songInfo.back(), "curpoly: 0");
