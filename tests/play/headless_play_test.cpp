@@ -41,8 +41,7 @@ TEST_F(HeadlessPlayTest, DemoModeJudgesEveryNoteAndLogsNoScore) {
   sounds.lengthMs = 100;
   const HeadlessResult result = Play({});
   const PlayerScore& score = play->engine().scores().players[0];
-  EXPECT_EQ(score.fGreat + score.great, 6);
-  EXPECT_EQ(score.combo, 6);
+  EXPECT_EQ(std::pair(score.fGreat + score.great, score.combo), std::pair(6, 6));
   EXPECT_FLOAT_EQ(score.gauge, 100.0f);
   // Each note twice (key sound and automatic play) and the background sound.
   EXPECT_EQ(sounds.restarts.size(), 13u);

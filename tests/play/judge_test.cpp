@@ -105,22 +105,20 @@ TEST_F(JudgeNoteTest, MeasuresLatenessAndFindsThePlayer) {
   engine.StartPlay();
   StepAt(103);
   engine.JudgeNote(0, 0);
-  EXPECT_EQ(engine.scores().players[0].great, 1);
-  EXPECT_EQ(chart->objects[0].done, kTrue16);
+  const auto& players = engine.scores().players;
+  EXPECT_EQ(std::pair(players[0].great, chart->objects[0].done), std::pair(1, kTrue16));
   engine.JudgeNote(1, 20);  // given latenesses are used as they are
-  EXPECT_EQ(engine.scores().players[1].bad, 1);
-  EXPECT_FLOAT_EQ(engine.scores().players[1].gauge, 10.0f);
-  EXPECT_TRUE(engine.scores().missFlag);
+  EXPECT_EQ(std::pair(players[1].bad, engine.scores().missFlag), std::pair(1, true));
+  EXPECT_FLOAT_EQ(players[1].gauge, 10.0f);
   engine.state().pictureChanged = false;
   engine.JudgeNote(2, 0);  // 97 units early
   EXPECT_TRUE(engine.state().pictureChanged);
-  EXPECT_EQ(engine.scores().players[1].poor, 1);
-  EXPECT_FLOAT_EQ(engine.scores().players[1].jPts, -162.0f);
+  EXPECT_EQ(players[1].poor, 1);
+  EXPECT_FLOAT_EQ(players[1].jPts, -162.0f);
 
   chart->sidePlayer = {0, 0};  // double play: side 2 counts for player 1
   engine.JudgeNote(2, 1);
-  EXPECT_EQ(engine.scores().players[0].fGreat, 1);
-  EXPECT_EQ(engine.scores().players[1].fGreat, 0);
+  EXPECT_EQ(std::pair(players[0].fGreat, players[1].fGreat), std::pair(1, 0));
 }
 
 TEST_F(JudgeNoteTest, PendingNotesAreTakenWithin40AndMissedAt18) {
