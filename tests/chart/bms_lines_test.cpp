@@ -31,7 +31,7 @@ class ChartLines : public ::testing::Test {
   ChartTables tables = TablesOf(*chart);
 };
 
-TEST_F(ChartLines, DataPairsSpreadEvenlyOverTheMeasure) {
+TEST_F(ChartLines, DataPairsSpreadEvenlyOverTheMeasureTicksRoundingHalvesToEven) {
   // Hexadecimal values; "00" pairs are skipped, others that are no number are objects of value 0.
   Read(U"00001:00ff0AZZ");
   EXPECT_EQ(Objects(0), (Rows{{0, 48, 48, 255}, {0, 96, 96, 10}, {0, 144, 144, 0}}));
@@ -47,13 +47,11 @@ TEST_F(ChartLines, DataPairsSpreadEvenlyOverTheMeasure) {
   Read(U"00111:010");
   Read(U"00212:0101  ");
   EXPECT_EQ(Objects(5), (Rows{{1, 0, 192, 1}, {2, 0, 384, 1}, {2, 64, 448, 1}, {2, 128, 512, 0}}));
-}
 
-TEST_F(ChartLines, TicksRoundHalvesToEven) {
-  // 128 pairs: a step of 1.5 units, so pair 1 is at 2 and pair 3 at 4.
+  // Ticks round halves to even. 128 pairs: a step of 1.5 units, so pair 1 is at 2 and pair 3 at 4.
   Read(U"00011:" + std::u32string(256, U'1'));
-  ASSERT_EQ(chart->objectCount, 128);
-  EXPECT_EQ((std::vector{Object(1).tick, Object(3).tick, Object(5).tick}), (std::vector{2, 4, 8}));
+  ASSERT_EQ(chart->objectCount, 9 + 128);
+  EXPECT_EQ((std::vector{Object(10).tick, Object(12).tick, Object(14).tick}), (std::vector{2, 4, 8}));
 }
 
 TEST_F(ChartLines, ChannelsDecideObjectsAndSides) {
