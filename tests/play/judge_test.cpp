@@ -8,6 +8,7 @@ namespace vremo {
 namespace {
 
 using testing::AddObject;
+using testing::AddObjects;
 
 JudgeInput At(int32_t d, float step = 3.0f, double unit = 100.0) {
   JudgeInput in;
@@ -99,9 +100,7 @@ class JudgeNoteTest : public testing::PlayFixture {
 };
 
 TEST_F(JudgeNoteTest, MeasuresLatenessAndFindsThePlayer) {
-  AddObject(*chart, 100, 11, 1);
-  AddObject(*chart, 100, 21, 1);
-  AddObject(*chart, 200, 21, 1);
+  AddObjects(*chart, {{100, 11, 1}, {100, 21, 1}, {200, 21, 1}});
   engine.StartPlay();
   StepAt(103);
   engine.JudgeNote(0, 0);
@@ -122,10 +121,7 @@ TEST_F(JudgeNoteTest, MeasuresLatenessAndFindsThePlayer) {
 }
 
 TEST_F(JudgeNoteTest, PendingNotesAreTakenWithin40AndMissedAt18) {
-  AddObject(*chart, 200, 11, 1);
-  AddObject(*chart, 210, 11, 1);
-  AddObject(*chart, 240, 21, 1);
-  AddObject(*chart, 1000, 1, 1);
+  AddObjects(*chart, {{200, 11, 1}, {210, 11, 1}, {240, 21, 1}, {1000, 1, 1}});
   engine.StartPlay();
   auto StepAt = [this](int32_t tick) { StepAndJudge(tick); };
   StepAt(160);  // exactly 40 units before the first note: not yet

@@ -8,6 +8,7 @@ namespace vremo {
 namespace {
 
 using testing::AddObject;
+using testing::AddObjects;
 using testing::SoundCall;
 
 TEST(DefaultKeyMap, SeventeenKeysOnSixteenLanes) {
@@ -58,9 +59,7 @@ TEST_F(LaneKeyTest, ALaneSoundsOnlyOnThePressThatHoldsIt) {
 }
 
 TEST_F(LaneKeyTest, PressJudgesThePendingNoteAndIsRecorded) {
-  AddObject(*chart, 0, kChannelBarLine, 0, 0);
-  AddObject(*chart, 100, 11, 3);
-  AddObject(*chart, 150, 11, 3);
+  AddObjects(*chart, {{0, kChannelBarLine, 0, 0}, {100, 11, 3}, {150, 11, 3}});
   settings.userRec = true;
   engine.StartPlay();
   engine.state().laneKeySound[0] = 3;

@@ -144,5 +144,12 @@ inline void AddObject(Chart& chart, int32_t y, int32_t channel, int32_t value, i
   object.value = value;
   object.measure = measure;
 }
+// Appends {y, channel, value[, measure]} objects, as AddObject does.
+struct Placed {
+  int32_t y, channel, value, measure = 0;
+};
+inline void AddObjects(Chart& chart, std::initializer_list<Placed> objects) {
+  for (const Placed& o : objects) AddObject(chart, o.y, o.channel, o.value, o.measure);
+}
 
 }  // namespace vremo::testing

@@ -6,6 +6,7 @@ namespace vremo {
 namespace {
 
 using testing::AddObject;
+using testing::AddObjects;
 using testing::SoundCall;
 
 // Rate 1 (tempo 1250): a position is the milliseconds since the start.
@@ -30,8 +31,7 @@ class StepFrameTest : public testing::PlayFixture {
 };
 
 TEST_F(StepFrameTest, ObjectsFireAtTheirPositionScheduleAndRecordOneStepLater) {
-  AddObject(*chart, 100, kChannelBackgroundSound, 1);
-  AddObject(*chart, 200, kChannelBackgroundSound, 2);
+  AddObjects(*chart, {{100, kChannelBackgroundSound, 1}, {200, kChannelBackgroundSound, 2}});
   chart->soundChanges[0] = KeySoundChange{11, 100, 5};
   chart->soundChangeCount = 1;
   settings.playRec = true;
@@ -46,10 +46,8 @@ TEST_F(StepFrameTest, ObjectsFireAtTheirPositionScheduleAndRecordOneStepLater) {
 }
 
 TEST_F(StepFrameTest, SoundsFortyEightUnitsLateAreSkippedButConsumed) {
-  AddObject(*chart, 200, kChannelBackgroundSound, 2);
-  AddObject(*chart, 300, 11, 3);
-  AddObject(*chart, 500, kChannelBackgroundSound, 1);
-  AddObject(*chart, 600, 11, 3);
+  AddObjects(*chart,
+             {{200, kChannelBackgroundSound, 2}, {300, 11, 3}, {500, kChannelBackgroundSound, 1}, {600, 11, 3}});
   settings.playRec = true;
   StartAt(1000);
   AddRecordEntry(400, 5);
@@ -61,13 +59,9 @@ TEST_F(StepFrameTest, SoundsFortyEightUnitsLateAreSkippedButConsumed) {
 }
 
 TEST_F(StepFrameTest, EachChannelDoesItsOwnThing) {
-  AddObject(*chart, 10, kChannelBarLine, 0, 3);
-  AddObject(*chart, 20, 31, 5);
-  AddObject(*chart, 30, kChannelBgaBase, 9);
-  AddObject(*chart, 40, kChannelBgaLayer, 8);
-  AddObject(*chart, 50, kChannelBgaPoor, 7);
-  AddObject(*chart, 60, 17, 2);
-  AddObject(*chart, 100, 12, 3);
+  AddObjects(*chart,
+             {{10, kChannelBarLine, 0, 3}, {20, 31, 5, 0}, {30, kChannelBgaBase, 9, 0}, {40, kChannelBgaLayer, 8, 0}});
+  AddObjects(*chart, {{50, kChannelBgaPoor, 7}, {60, 17, 2}, {100, 12, 3}});
   settings.playKeySound = false;
   StartAt(0);
   StepAt(60);
@@ -89,9 +83,7 @@ TEST_F(StepFrameTest, EachChannelDoesItsOwnThing) {
 }
 
 TEST_F(StepFrameTest, StatusLineShowsFramesMeasuresAndTimes) {
-  AddObject(*chart, 0, kChannelBarLine, 0, 0);
-  AddObject(*chart, 30000, kChannelBarLine, 0, 11);
-  AddObject(*chart, 40000, kChannelBarLine, 0, 12);
+  AddObjects(*chart, {{0, kChannelBarLine, 0, 0}, {30000, kChannelBarLine, 0, 11}, {40000, kChannelBarLine, 0, 12}});
   chart->maxMeasure = 64;
   chart->playLengthMs = 130000;
   settings.sleepMs = 16;
