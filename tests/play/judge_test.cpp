@@ -10,15 +10,8 @@ namespace {
 using testing::AddObject;
 using testing::AddObjects;
 
-JudgeInput At(int32_t d, float step = 3.0f, double unit = 100.0) {
-  JudgeInput in;
-  in.lateness = d;
-  in.gaugeStep = step;
-  in.pointsUnit = unit;
-  in.currentPosition = 10.5;
-  in.tick = 777;
-  return in;
-}
+// A judgement `d` units off at position 10.5, tick 777.
+JudgeInput At(int32_t d, float step = 3.0f, double unit = 100.0) { return JudgeInput{d, step, unit, 10.5, 777}; }
 
 TEST(JudgementWindows, KindColourAndEffectsByDistance) {
   struct Case {
