@@ -4,16 +4,14 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "chart/bms_reader.h"
+#include "chart/numbers.h"
 
 #include "tests/support/temp_folder.h"
 
@@ -24,6 +22,13 @@ inline std::string Crlf(const std::vector<std::string>& lines) {
   std::string text;
   for (const auto& line : lines) text += line + "\r\n";
   return text;
+}
+
+// Every header field on one line, for whole-header comparisons.
+inline std::string HeaderText(const ChartHeader& h) {
+  std::string text = h.title + "|" + h.artist + "|" + h.genre + "|" + ShortestDecimal(h.bpm);
+  for (int32_t n : {h.player, h.playLevel, h.rank, h.total, h.volWav}) text += "|" + std::to_string(n);
+  return text + "|" + h.midiFile;
 }
 
 class ChartFixture : public ::testing::Test {

@@ -17,50 +17,32 @@ std::vector<std::u32string> LinesOf(const std::string& bytes) {
 
 using Lines = std::vector<std::u32string>;
 
-TEST(ChartLineSplitting, OnlyLinesStartingWithHashCount) {
+TEST(ChartLineSplitting, OnlyLinesStartingWithHashCountEndedByCrLf) {
   EXPECT_EQ(LinesOf("#TITLE a\r\n #ARTIST hidden\r\nx#GENRE hidden\r\n*comment\r\n#BPM 120\r\n"),
             (Lines{U"TITLE a", U"BPM 120"}));
-}
-
-TEST(ChartLineSplitting, UnterminatedLastLineLosesItsLastCharacter) {
+  // An unterminated last line loses its last character.
   EXPECT_EQ(LinesOf("#TITLE a\r\n#00111:0101"), (Lines{U"TITLE a", U"00111:010"}));
   EXPECT_EQ(LinesOf("#00111:0101\r\n"), (Lines{U"00111:0101"}));
-}
-
-TEST(ChartLineSplitting, CarriageReturnOnlyFilesAreConverted) {
+  // The line end is searched from the second character: a lone "#" runs on into the next line, which is lost.
+  EXPECT_EQ(LinesOf("#\r\n#TITLE a\r\n#GENRE b\r\n"), (Lines{U"\r\n#TITLE a", U"GENRE b"}));
+  // Files with CR only are converted, files with LF only are not.
   EXPECT_EQ(LinesOf("#TITLE a\r#GENRE b\r"), (Lines{U"TITLE a", U"GENRE b"}));
   // One CR LF anywhere and lone CRs stay as they are.
   EXPECT_EQ(LinesOf("#TITLE a\r\n#GENRE b\r#ARTIST c\r\n"), (Lines{U"TITLE a", U"GENRE b\r#ARTIST c"}));
-}
-
-TEST(ChartLineSplitting, LineFeedOnlyFileIsOneLine) {
   EXPECT_EQ(LinesOf("#TITLE a\n#00111:01\n"), (Lines{U"TITLE a\n#00111:01"}));
 }
 
-TEST(ChartLineSplitting, LineEndIsSearchedFromTheSecondCharacter) {
-  // A line holding only "#" runs on into the next line, which is lost.
-  EXPECT_EQ(LinesOf("#\r\n#TITLE a\r\n#GENRE b\r\n"), (Lines{U"\r\n#TITLE a", U"GENRE b"}));
-}
-
-TEST(ChartTextDecoding, Utf8WithAndWithoutByteOrderMark) {
+TEST(ChartTextDecoding, Utf8AndShiftJisEndingAtTheFirstNul) {
   EXPECT_EQ(DecodeChartBytes("\xEF\xBB\xBF#TITLE \xC3\xBC"), U"#TITLE \u00FC");
   EXPECT_EQ(DecodeChartBytes("#TITLE \xE3\x83\x86"), U"#TITLE \u30C6");
-}
-
-TEST(ChartTextDecoding, ShiftJisIsReadAsCp932) {
-  // "テスト", then CP932 extensions: circled digit one and the wave dash.
+  // Without UTF-8 it is CP932: "テスト", the circled digit one and the wave dash.
   EXPECT_EQ(DecodeChartBytes("#TITLE \x83\x65\x83\x58\x83\x67"), U"#TITLE \u30C6\u30B9\u30C8");
   EXPECT_EQ(DecodeChartBytes("\x87\x40\x81\x60"), U"\u2460\uFF5E");
-  // A byte that is no character does not stop the text.
+  // A byte that is no character does not stop the text; a NUL does.
   EXPECT_EQ(DecodeChartBytes("\x83\x65\xFF#A"), U"\u30C6\uFFFD#A");
-}
-
-TEST(ChartTextDecoding, TextEndsBeforeTheFirstNul) {
   EXPECT_EQ(DecodeChartBytes(std::string("#TITLE a\0#GENRE b", 17)), U"#TITLE a");
   EXPECT_EQ(DecodeChartBytes(std::string("\0#TITLE a", 9)), U"");
-}
 
-TEST(ChartTextDecoding, RoundTripsThroughUtf8) {
   const std::u32string text = U"\u30C6\u30B9\u30C8 \U0001F3B5 a";
   EXPECT_EQ(FromUtf8(ToUtf8(text)), text);
   EXPECT_EQ(TrimBlanks(U"  a b \t "), U"a b \t");

@@ -1,6 +1,5 @@
-// Real charts by BMS authors, read from the shared corpus beside the
-// checkout: they must load with the totals, lengths and titles a player
-// expects.
+// Real charts by BMS authors, from the shared corpus beside the checkout: they must load with the totals,
+// lengths and titles a player expects.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -29,7 +28,7 @@ class CorpusCharts : public testing::ChartFixture {
   }
 };
 
-TEST_F(CorpusCharts, LoadWithTheirTotalsLengthsAndTitles) {
+TEST_F(CorpusCharts, LoadWithTheirTotalsLengthsTitlesAndTexts) {
   const CorpusChart charts[] = {
       {"moontide/moontide_7p.bme", "moontide (bms edit) [professional]", 1, 771, 0, 112929, 65},
       {"moontide/moontide_5.bms", "moontide (bms edit)", 1, 580, 0, 112929, 65},
@@ -43,36 +42,27 @@ TEST_F(CorpusCharts, LoadWithTheirTotalsLengthsAndTitles) {
     SCOPED_TRACE(expected.file);
     ASSERT_EQ(LoadPath(PathOf(expected.file)), kLoadOk);
     EXPECT_EQ(chart->title, expected.title);
-    EXPECT_EQ(chart->player, expected.player);
-    EXPECT_EQ(chart->totalNotes[0], expected.notes1);
-    EXPECT_EQ(chart->totalNotes[1], expected.notes2);
-    EXPECT_EQ(chart->lengthMs, expected.lengthMs);
-    EXPECT_EQ(chart->maxMeasure, expected.maxMeasure);
+    EXPECT_EQ(
+        (std::vector{chart->player, chart->totalNotes[0], chart->totalNotes[1], chart->lengthMs, chart->maxMeasure}),
+        (std::vector{expected.player, expected.notes1, expected.notes2, expected.lengthMs, expected.maxMeasure}));
     for (int32_t i = 1; i < chart->objectCount; ++i) ASSERT_LE(chart->objects[i - 1].y, chart->objects[i].y);
   }
-}
+  // dive_withblank, loaded last, has tabs and empty media lines. "1O".."1S" are read as hexadecimal: the
+  // leading "1" is slot 01, and the last of them, "#WAV1S " with no name, is the one that stays.
+  EXPECT_EQ(chart->wavName[1] + chart->bmpName[1], "");
+  EXPECT_EQ(chart->total, 500);
+  EXPECT_FLOAT_EQ(chart->bpm, 222.22f);
+  EXPECT_EQ(SongInfoLines(*chart)[5], "* bpm:222.22");
 
-TEST_F(CorpusCharts, Utf8WithByteOrderMarkAndLineFeedOnlyCopy) {
+  // UTF-8 with a byte order mark.
   ASSERT_EQ(LoadPath(PathOf("j219/J219_7key.bms")), kLoadOk);
   EXPECT_EQ(chart->genre, "EURO BEAT");
   EXPECT_EQ(chart->artist, "cranky (obj: Mikuro Xina)");
   EXPECT_EQ(chart->wavName[1], "bd01.wav");
   // The LF-only copy is one long line: no object, the previous title stays.
-  sink.lines.clear();
   EXPECT_EQ(LoadPath(PathOf("j219/J219_7key_lf.bms")), kLoadNoObject);
   EXPECT_EQ(sink.lines.back(), "  Err: object not exists.");
   EXPECT_EQ(chart->title, "J219");
-}
-
-TEST_F(CorpusCharts, TabsAndEmptyMediaLines) {
-  ASSERT_EQ(LoadPath(PathOf("dive_withblank/dive_withblank.bme")), kLoadOk);
-  // "1O".."1S" are read as hexadecimal: the leading "1" is slot 01, and the
-  // last of them, "#WAV1S " with no name, is the one that stays.
-  EXPECT_EQ(chart->wavName[1], "");
-  EXPECT_EQ(chart->bmpName[1], "");
-  EXPECT_EQ(chart->total, 500);
-  EXPECT_FLOAT_EQ(chart->bpm, 222.22f);
-  EXPECT_EQ(SongInfoLines(*chart)[5], "* bpm:222.22");
 }
 
 }  // namespace

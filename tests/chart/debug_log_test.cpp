@@ -7,7 +7,7 @@
 namespace vremo {
 namespace {
 
-TEST(DebugLog, LinesCaptionAndStatusText) {
+TEST(DebugLog, LinesCaptionStatusTextAndMissingFiles) {
   MemoryLogSink sink;
   DebugLog log(&sink);
   log.PutLog("first");
@@ -19,27 +19,23 @@ TEST(DebugLog, LinesCaptionAndStatusText) {
   log.SetCaption("loading...");
   EXPECT_EQ(sink.caption, "Vremo v0.26 release - loading...");
   EXPECT_EQ(log.caption(), sink.caption);
-}
 
-TEST(DebugLog, CheckExistNamesTheMissingFile) {
+  std::string out;  // a stream sink prints every line
+  StreamLogSink stream([&out](std::string_view text) { out += text; });
+  DebugLog printed(&stream);
+  printed.SetStatusText("\r\n\r\n");
+  printed.PutLog("BMS load --------");
+  EXPECT_EQ(out, "\n\nBMS load --------\n");
+
+  // CheckExist names the missing file.
   testing::TempFolder folder;
-  MemoryLogSink sink;
-  DebugLog log(&sink);
+  sink.lines.clear();
   EXPECT_TRUE(log.CheckExist(folder.Write("here.bms", "x")));
   EXPECT_FALSE(log.CheckExist("C:\\songs\\a.bms"));
   EXPECT_FALSE(log.CheckExist("plain.bms"));
   EXPECT_FALSE(log.CheckExist(folder.path().string() + "/sub/b.bms"));
   EXPECT_EQ(sink.lines,
             (std::vector<std::string>{"Err[not exist] :a.bms", "Err[not exist] :plain.bms", "Err[not exist] :b.bms"}));
-}
-
-TEST(DebugLog, StreamSinkPrintsEveryLine) {
-  std::string out;
-  StreamLogSink sink([&out](std::string_view text) { out += text; });
-  DebugLog log(&sink);
-  log.SetStatusText("\r\n\r\n");
-  log.PutLog("BMS load --------");
-  EXPECT_EQ(out, "\n\nBMS load --------\n");
 }
 
 }  // namespace

@@ -18,46 +18,38 @@ class MediaPaths : public ::testing::Test {
     }
   }
   std::string In(const std::string& name) const { return folder.path().string() + "/" + name; }
-  std::optional<std::string> Found(const std::string& name, MediaKind kind = MediaKind::kSound) const {
-    auto found = ResolveMediaPath(In(name), kind);
+  std::optional<std::string> Relative(std::optional<std::string> found) const {
     if (found) found->erase(0, folder.path().string().size() + 1);
     return found;
+  }
+  std::optional<std::string> Found(const std::string& name, MediaKind kind = MediaKind::kSound) const {
+    return Relative(ResolveMediaPath(In(name), kind));
   }
   TempFolder folder;
 };
 
-TEST_F(MediaPaths, BackslashesAndCaseAreForgiven) {
+TEST_F(MediaPaths, BackslashesCaseAndOtherExtensionsAreForgivenFoldersListedOnce) {
   EXPECT_EQ(Found("Sounds/Kick.OGG"), "Sounds/Kick.OGG");
   EXPECT_EQ(Found("sounds\\kick.ogg"), "Sounds/Kick.OGG");
   EXPECT_EQ(Found("deep\\ER\\HAT.WAV"), "Deep/Er/hat.wav");
   EXPECT_EQ(Found("exact.wav"), "exact.wav");
-  EXPECT_EQ(Found("Exact.wav").has_value(), true);
-}
+  EXPECT_TRUE(Found("Exact.wav"));
+  EXPECT_EQ(Found("NOEXT"), "noext");
 
-TEST_F(MediaPaths, OtherExtensionsOfTheSameKindAreTried) {
   EXPECT_EQ(Found("sounds/kick.wav"), "Sounds/Kick.OGG");
   EXPECT_EQ(Found("both.wav"), "both.ogg");  // in the order wav, ogg, flac, mp3
   EXPECT_EQ(Found("bg.bmp", MediaKind::kPicture), "bg.png");
   EXPECT_EQ(Found("BG.JPG", MediaKind::kPicture), "bg.png");
+
+  // Other kinds, missing names and folders resolve to nothing.
   EXPECT_FALSE(Found("bg.wav"));
   EXPECT_FALSE(Found("hat.wav", MediaKind::kPicture));
-}
+  for (const char* name : {"none.wav", "", "Sounds", "Sounds/", "nofolder/kick.ogg"}) EXPECT_FALSE(Found(name)) << name;
 
-TEST_F(MediaPaths, MissingNamesAndFoldersResolveToNothing) {
-  EXPECT_FALSE(Found("none.wav"));
-  EXPECT_FALSE(Found(""));
-  EXPECT_FALSE(Found("Sounds"));
-  EXPECT_FALSE(Found("Sounds/"));
-  EXPECT_FALSE(Found("nofolder/kick.ogg"));
-  EXPECT_EQ(Found("NOEXT"), "noext");
-}
-
-TEST_F(MediaPaths, OneLoadListsEachFolderOnceWhateverTheNumberOfNames) {
+  // One load lists each folder once, whatever the number of names.
   MediaFolderIndex index;
   auto found = [&](const std::string& name, MediaKind kind = MediaKind::kSound) {
-    auto path = index.Resolve(In(name), kind);
-    if (path) path->erase(0, folder.path().string().size() + 1);
-    return path;
+    return Relative(index.Resolve(In(name), kind));
   };
   for (int i = 0; i < 500; ++i) {
     EXPECT_FALSE(found("gone" + std::to_string(i) + ".wav"));

@@ -8,48 +8,30 @@
 namespace vremo {
 namespace {
 
-TEST(Rounding, HalvesGoToEven) {
-  EXPECT_EQ(RoundToInt32(0.5), 0);
-  EXPECT_EQ(RoundToInt32(1.5), 2);
-  EXPECT_EQ(RoundToInt32(2.5), 2);
-  EXPECT_EQ(RoundToInt32(-2.5), -2);
-  EXPECT_EQ(RoundToInt32(2.5000001), 3);
+TEST(Numbers, RoundReadAndWrite) {
+  // Rounding: halves go to even, out of range fails.
+  const std::pair<double, int32_t> cases[] = {{0.5, 0},   {1.5, 2},       {2.5, 2},
+                                              {-2.5, -2}, {2.5000001, 3}, {2147483647.4, 2147483647}};
+  for (auto [value, rounded] : cases) EXPECT_EQ(RoundToInt32(value), rounded) << value;
   EXPECT_EQ(RoundToInt16(32767.4), 32767);
-}
-
-TEST(Rounding, FailsOutsideTheRangeAndForNonFinite) {
-  EXPECT_EQ(RoundToInt32(2147483647.4), 2147483647);
-  EXPECT_FALSE(RoundToInt32(2147483648.0));
-  EXPECT_FALSE(RoundToInt32(std::numeric_limits<double>::infinity()));
-  EXPECT_FALSE(RoundToInt32(std::nan("")));
+  for (double value : {2147483648.0, std::numeric_limits<double>::infinity(), std::nan("")}) {
+    EXPECT_FALSE(RoundToInt32(value)) << value;
+  }
   EXPECT_FALSE(RoundToInt16(32767.5));
   EXPECT_FALSE(ToSingle(1e300));
-}
 
-TEST(StrictNumbers, WholeTextMustBeANumber) {
-  EXPECT_EQ(ParseNumber(U"120"), 120.0);
-  EXPECT_EQ(ParseNumber(U"-1.25"), -1.25);
-  EXPECT_EQ(ParseNumber(U"1e3"), 1000.0);
-  EXPECT_EQ(ParseNumber(U".5"), 0.5);
-  EXPECT_FALSE(ParseNumber(U""));
-  EXPECT_FALSE(ParseNumber(U"M 2"));
-  EXPECT_FALSE(ParseNumber(U"12abc"));
-  EXPECT_FALSE(ParseNumber(U"1,5"));
-}
-
-TEST(LeadingNumbers, StopAtTheFirstNonDigit) {
-  EXPECT_EQ(LeadingNumber(U"001"), 1.0);
-  EXPECT_EQ(LeadingNumber(U"0.75"), 0.75);
-  EXPECT_EQ(LeadingNumber(U"1A"), 1.0);
-  EXPECT_EQ(LeadingNumber(U"abc"), 0.0);
-  EXPECT_EQ(LeadingNumber(U" 1 2"), 12.0);
-  EXPECT_EQ(LeadingHex(U"FF"), 255);
-  EXPECT_EQ(LeadingHex(U"0a"), 10);
-  EXPECT_EQ(LeadingHex(U"ZZ"), 0);
-  EXPECT_EQ(LeadingHex(U"1Z"), 1);
-}
-
-TEST(ShortestDecimals, PlainForEverydayValues) {
+  // Strict: the whole text must be a number.
+  const std::pair<std::u32string, double> strict[] = {
+      {U"120", 120.0}, {U"-1.25", -1.25}, {U"1e3", 1000.0}, {U".5", 0.5}};
+  for (const auto& [text, value] : strict) EXPECT_EQ(ParseNumber(text), value);
+  for (const char32_t* text : {U"", U"M 2", U"12abc", U"1,5"}) EXPECT_FALSE(ParseNumber(text));
+  // Leading: up to the first character that is no digit; blanks are skipped.
+  const std::pair<std::u32string, double> leading[] = {
+      {U"001", 1.0}, {U"0.75", 0.75}, {U"1A", 1.0}, {U"abc", 0.0}, {U" 1 2", 12.0}};
+  for (const auto& [text, value] : leading) EXPECT_EQ(LeadingNumber(text), value);
+  const std::pair<std::u32string, int32_t> hex[] = {{U"FF", 255}, {U"0a", 10}, {U"ZZ", 0}, {U"1Z", 1}};
+  for (const auto& [text, value] : hex) EXPECT_EQ(LeadingHex(text), value);
+  // Shortest decimals, plain for everyday values.
   EXPECT_EQ(ShortestDecimal(150.0f), "150");
   EXPECT_EQ(ShortestDecimal(222.22f), "222.22");
   EXPECT_EQ(ShortestDecimal(0.096f), "0.096");

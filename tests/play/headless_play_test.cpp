@@ -2,25 +2,22 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "tests/play/play_fixture.h"
 
 namespace vremo {
 namespace {
 
-TEST(KeyScript, ReadsEventsInTimeOrder) {
+TEST(KeyScript, ReadsEventsInTimeOrderAndRefusesOtherLinesNamingThem) {
   std::string error;
   const auto events = ParseKeyScript("# comment\r\n\r\n  200 up 90 \n100\tdown\t90\n100 down 16\n0 up 255", error);
   ASSERT_TRUE(events) << error;
-  ASSERT_EQ(events->size(), 4u);
-  EXPECT_EQ((*events)[0].timeMs, 0);
-  EXPECT_EQ((*events)[1].keyCode, 90);  // equal times keep the file's order
-  EXPECT_TRUE((*events)[1].down);
-  EXPECT_EQ((*events)[2].keyCode, 16);
-  EXPECT_FALSE((*events)[3].down);
-  EXPECT_EQ((*events)[3].timeMs, 200);
-}
+  std::vector<std::tuple<int32_t, bool, int32_t>> read;
+  for (const KeyEvent& event : *events) read.emplace_back(event.timeMs, event.down, event.keyCode);
+  // Equal times keep the file's order.
+  EXPECT_EQ(read, (decltype(read){{0, false, 255}, {100, true, 90}, {100, true, 16}, {200, false, 90}}));
 
-TEST(KeyScript, RefusesOtherLinesNamingThem) {
   const std::pair<std::string, std::string> cases[] = {
       {"100 down 90\n100 press 90", "line 2: \"press\" is neither down nor up"},
       {"\n\n-5 down 90", "line 3: \"-5\" is not a time in milliseconds"},
@@ -30,29 +27,21 @@ TEST(KeyScript, RefusesOtherLinesNamingThem) {
       {"# ok\n100 down 90 extra", "line 2: expected \"MILLISECONDS down|up VK\", found \"100 down 90 extra\""},
   };
   for (const auto& [text, message] : cases) {
-    std::string error;
     EXPECT_FALSE(ParseKeyScript(text, error));
     EXPECT_EQ(error, message);
   }
 }
 
-class HeadlessPlayTest : public testing::PlayFixture {
- protected:
-  KeyMap keyMap = DefaultKeyMap();
-};
+using HeadlessPlayTest = testing::HeadlessFixture;
 
 TEST_F(HeadlessPlayTest, DemoModeJudgesEveryNoteAndLogsNoScore) {
   LoadLines({"#BPM 150", "#TOTAL 100", "#00111:01010101", "#00112:0101", "#00101:02"});
   settings.userPlay = true;
   settings.demoMode = true;
   sounds.lengthMs = 100;
-  HeadlessOptions options;
-  options.scoreLogFolder = folder.path();
-  HeadlessPlay play(*chart, settings, sounds, keyMap, log, clock, options);
-  const HeadlessResult result = play.Run({});
-  const PlayerScore& score = play.engine().scores().players[0];
-  EXPECT_EQ(score.fGreat + score.great, 6);
-  EXPECT_EQ(score.combo, 6);
+  const HeadlessResult result = Play({});
+  const PlayerScore& score = play->engine().scores().players[0];
+  EXPECT_EQ(std::pair(score.fGreat + score.great, score.combo), std::pair(6, 6));
   EXPECT_FLOAT_EQ(score.gauge, 100.0f);
   // Each note twice (key sound and automatic play) and the background sound.
   EXPECT_EQ(sounds.restarts.size(), 13u);
@@ -65,11 +54,8 @@ TEST_F(HeadlessPlayTest, DemoModeJudgesEveryNoteAndLogsNoScore) {
 TEST_F(HeadlessPlayTest, AStalledPlayIsStoppedAtItsTimeLimit) {
   LoadLines({"#BPM 0", "#00111:01"});
   settings.userPlay = true;
-  HeadlessOptions options;
   options.timeLimitMs = 200;
-  options.scoreLogFolder = folder.path();
-  HeadlessPlay play(*chart, settings, sounds, keyMap, log, clock, options);
-  const HeadlessResult result = play.Run({{50, true, 'Z'}});
+  const HeadlessResult result = Play({{50, true, 'Z'}});
   EXPECT_TRUE(result.stopped);
   EXPECT_EQ(result.elapsedMs, 215);  // one pass of the sound wait follows the stop
   EXPECT_TRUE(Logged("  Err: play time limit reached, stopped."));

@@ -8,16 +8,10 @@ namespace vremo {
 namespace {
 
 using testing::AddObject;
+using testing::AddObjects;
 
-JudgeInput At(int32_t d, float step = 3.0f, double unit = 100.0) {
-  JudgeInput in;
-  in.lateness = d;
-  in.gaugeStep = step;
-  in.pointsUnit = unit;
-  in.currentPosition = 10.5;
-  in.tick = 777;
-  return in;
-}
+// A judgement `d` units off at position 10.5, tick 777.
+JudgeInput At(int32_t d, float step = 3.0f, double unit = 100.0) { return JudgeInput{d, step, unit, 10.5, 777}; }
 
 TEST(JudgementWindows, KindColourAndEffectsByDistance) {
   struct Case {
@@ -42,52 +36,39 @@ TEST(JudgementWindows, KindColourAndEffectsByDistance) {
     board.players[0].displayedGauge = 20.0f;
     EXPECT_EQ(ApplyJudgement(board, 0, At(c.d)), c.kind);
     const PlayerScore& s = board.players[0];
-    EXPECT_EQ(s.lastJudgement, c.kind);
-    EXPECT_EQ(board.lastColour, c.colour);
     EXPECT_FLOAT_EQ(s.gauge, c.gauge);
     EXPECT_DOUBLE_EQ(s.pts, c.pts);
     EXPECT_FLOAT_EQ(s.jPts, c.jPts);
-    EXPECT_EQ(s.lastJudgementTick, 777);
     const bool hit = c.kind >= kJudgeGood;
-    EXPECT_EQ(s.combo, hit ? 5 : 0);
-    EXPECT_EQ(board.missFlag, !hit);
     EXPECT_FLOAT_EQ(s.displayedGauge, hit ? 20.0f : 0.0f);
-    EXPECT_EQ(board.missPosition, hit ? 0 : 10);  // 10.5 rounds to even
-    EXPECT_EQ(s.fGreat + s.great + s.good + s.bad + s.poor, 1);
+    // Kind, colour, tick, combo, miss flag and position (10.5 rounds to even), one count.
+    EXPECT_EQ((std::vector<int32_t>{s.lastJudgement, board.lastColour, s.lastJudgementTick, s.combo, board.missFlag,
+                                    board.missPosition, s.fGreat + s.great + s.good + s.bad + s.poor}),
+              (std::vector<int32_t>{c.kind, c.colour, 777, hit ? 5 : 0, !hit, hit ? 0 : 10, 1}));
   }
 }
 
-TEST(JudgementWindows, GaugeStaysWithinItsLimits) {
+TEST(JudgementWindows, GaugeLimitsComboDigitsAndPointTexts) {
   ScoreBoard board;
   board.ResetPlayers();
-  PlayerScore& s = board.players[1];
-  EXPECT_FLOAT_EQ(s.gauge, 22.0f);
+  PlayerScore& two = board.players[1];
+  EXPECT_FLOAT_EQ(two.gauge, 22.0f);
   for (int i = 0; i < 5; ++i) ApplyJudgement(board, 1, At(4, 13.0f));
-  EXPECT_FLOAT_EQ(s.gauge, 87.0f);
-  ApplyJudgement(board, 1, At(4, 13.0f));  // (100 - 22) / 13 = 6 Greats reach the top
-  EXPECT_FLOAT_EQ(s.gauge, 100.0f);
-  ApplyJudgement(board, 1, At(0, 13.0f));
-  EXPECT_FLOAT_EQ(s.gauge, 100.0f);
-  ApplyJudgement(board, 1, At(30, 13.0f));
-  EXPECT_FLOAT_EQ(s.gauge, 22.0f);
-  ApplyJudgement(board, 1, At(30, 13.0f));
-  EXPECT_FLOAT_EQ(s.gauge, 0.0f);
+  EXPECT_FLOAT_EQ(two.gauge, 87.0f);
+  // (100 - 22) / 13 = 6 Greats reach the top, which holds; Poors go down to 0.
+  const std::pair<int32_t, float> steps[] = {{4, 100.0f}, {0, 100.0f}, {30, 22.0f}, {30, 0.0f}};
+  for (auto [lateness, gauge] : steps) {
+    ApplyJudgement(board, 1, At(lateness, 13.0f));
+    EXPECT_FLOAT_EQ(two.gauge, gauge) << lateness;
+  }
   EXPECT_EQ(board.players[0].poor, 0);
-}
 
-TEST(JudgementWindows, ComboDigitsAndPointTexts) {
-  ScoreBoard board;
-  board.ResetPlayers();
   PlayerScore& s = board.players[0];
-  EXPECT_EQ(s.jPtsText, "00000jp");
-  EXPECT_EQ(s.ptsText, "000000p");
+  EXPECT_EQ(s.jPtsText + s.ptsText, "00000jp000000p");
   EXPECT_EQ(s.comboDigitTop, -1);
   for (int i = 0; i < 12; ++i) ApplyJudgement(board, 0, At(0, 1.0f, 1.25));
-  EXPECT_EQ(s.comboDigitTop, 1);
-  EXPECT_EQ(s.comboDigits[0], 1);
-  EXPECT_EQ(s.comboDigits[1], 2);
-  EXPECT_EQ(s.jPtsText, "00216jp");
-  EXPECT_EQ(s.ptsText, "000030p");
+  EXPECT_EQ((std::vector<int32_t>{s.comboDigitTop, s.comboDigits[0], s.comboDigits[1]}), (std::vector{1, 1, 2}));
+  EXPECT_EQ(s.jPtsText + s.ptsText, "00216jp000030p");
   ApplyJudgement(board, 0, At(6, 1.0f, 1.25));  // 30.625 rounds up
   EXPECT_EQ(s.ptsText, "000031p");
   EXPECT_EQ(s.ExPts(), 24);
@@ -112,35 +93,28 @@ class JudgeNoteTest : public testing::PlayFixture {
 };
 
 TEST_F(JudgeNoteTest, MeasuresLatenessAndFindsThePlayer) {
-  AddObject(*chart, 100, 11, 1);
-  AddObject(*chart, 100, 21, 1);
-  AddObject(*chart, 200, 21, 1);
+  AddObjects(*chart, {{100, 11, 1}, {100, 21, 1}, {200, 21, 1}});
   engine.StartPlay();
   StepAt(103);
   engine.JudgeNote(0, 0);
-  EXPECT_EQ(engine.scores().players[0].great, 1);
-  EXPECT_EQ(chart->objects[0].done, kTrue16);
+  const auto& players = engine.scores().players;
+  EXPECT_EQ(std::pair(players[0].great, chart->objects[0].done), std::pair(1, kTrue16));
   engine.JudgeNote(1, 20);  // given latenesses are used as they are
-  EXPECT_EQ(engine.scores().players[1].bad, 1);
-  EXPECT_FLOAT_EQ(engine.scores().players[1].gauge, 10.0f);
-  EXPECT_TRUE(engine.scores().missFlag);
+  EXPECT_EQ(std::pair(players[1].bad, engine.scores().missFlag), std::pair(1, true));
+  EXPECT_FLOAT_EQ(players[1].gauge, 10.0f);
   engine.state().pictureChanged = false;
   engine.JudgeNote(2, 0);  // 97 units early
   EXPECT_TRUE(engine.state().pictureChanged);
-  EXPECT_EQ(engine.scores().players[1].poor, 1);
-  EXPECT_FLOAT_EQ(engine.scores().players[1].jPts, -162.0f);
+  EXPECT_EQ(players[1].poor, 1);
+  EXPECT_FLOAT_EQ(players[1].jPts, -162.0f);
 
   chart->sidePlayer = {0, 0};  // double play: side 2 counts for player 1
   engine.JudgeNote(2, 1);
-  EXPECT_EQ(engine.scores().players[0].fGreat, 1);
-  EXPECT_EQ(engine.scores().players[1].fGreat, 0);
+  EXPECT_EQ(std::pair(players[0].fGreat, players[1].fGreat), std::pair(1, 0));
 }
 
 TEST_F(JudgeNoteTest, PendingNotesAreTakenWithin40AndMissedAt18) {
-  AddObject(*chart, 200, 11, 1);
-  AddObject(*chart, 210, 11, 1);
-  AddObject(*chart, 240, 21, 1);
-  AddObject(*chart, 1000, 1, 1);
+  AddObjects(*chart, {{200, 11, 1}, {210, 11, 1}, {240, 21, 1}, {1000, 1, 1}});
   engine.StartPlay();
   auto StepAt = [this](int32_t tick) { StepAndJudge(tick); };
   StepAt(160);  // exactly 40 units before the first note: not yet
@@ -154,18 +128,15 @@ TEST_F(JudgeNoteTest, PendingNotesAreTakenWithin40AndMissedAt18) {
   engine.scores().players[0].combo = 7;
   engine.scores().players[1].combo = 9;
   StepAt(218);  // 18 late: Poor at 48, then the next note of the lane
-  const PlayerScore& p1 = engine.scores().players[0];
-  EXPECT_EQ(p1.poor, 1);
-  EXPECT_FLOAT_EQ(p1.jPts, -60.0f);
-  EXPECT_EQ(p1.combo, 0);
-  EXPECT_EQ(engine.scores().players[1].combo, 9);
-  EXPECT_EQ(engine.state().lanePendingNote[0], 1);
+  const auto& players = engine.scores().players;
+  EXPECT_FLOAT_EQ(players[0].jPts, -60.0f);
+  // Poors and combos of both players, and the lane's next note.
+  EXPECT_EQ((std::vector{players[0].poor, players[0].combo, players[1].combo, engine.state().lanePendingNote[0]}),
+            (std::vector{1, 0, 9, 1}));
 
   chart->sidePlayer = {0, 0};
   StepAt(258);  // double play: the Poor is player 1's, side 2's combo is cleared
-  EXPECT_EQ(engine.scores().players[0].poor, 3);
-  EXPECT_EQ(engine.scores().players[1].poor, 0);
-  EXPECT_EQ(engine.scores().players[1].combo, 0);
+  EXPECT_EQ((std::vector{players[0].poor, players[1].poor, players[1].combo}), (std::vector{3, 0, 0}));
 
   settings.userPlay = false;  // no pending notes, and nothing is missed
   AddObject(*chart, 1100, 12, 1);

@@ -1,23 +1,21 @@
 #pragma once
-// A play engine on a virtual clock with a sound bank that records what it
-// was asked to play, a host that records what the engine showed, and charts
-// loaded from texts written into a temporary folder.
+// A play engine on a virtual clock with a sound bank and a host that record what the engine asked for and
+// showed, and charts loaded from texts written into a temporary folder.
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "chart/bms_reader.h"
+#include "play/headless_play.h"
 #include "play/play_engine.h"
 
 #include "tests/support/temp_folder.h"
@@ -84,15 +82,13 @@ class PlayFixture : public ::testing::Test {
  protected:
   static constexpr int32_t kFrameHeight = 480;
 
-  // Loads a chart text (CR LF line ends added); fails the test when it does
-  // not load.
+  // Loads a chart text (CR LF line ends added); fails the test when it does not load.
   void LoadLines(const std::vector<std::string>& lines) {
     std::string text;
     for (const auto& line : lines) text += line + "\r\n";
     ASSERT_EQ(LoadChart(folder.Write("song.bms", text), *chart, context), kLoadOk);
     sink.lines.clear();
   }
-  // Steps the clock to `tick`.
   void StepAt(int32_t tick) {
     clock.Set(tick);
     engine.StepFrame();
@@ -101,6 +97,11 @@ class PlayFixture : public ::testing::Test {
   void StepAndJudge(int32_t tick) {
     StepAt(tick);
     engine.RunJudgeBookkeeping(engine.state().nextObject, kFrameHeight);
+  }
+  // Moves the play to `target` (a position, or a measure); returns what the engine made of it.
+  int32_t Seek(int32_t target, bool byPosition = true) {
+    engine.SetPlayPosition(target, byPosition);
+    return target;
   }
   bool Logged(const std::string& line) const {
     return std::find(sink.lines.begin(), sink.lines.end(), line) != sink.lines.end();
@@ -119,6 +120,21 @@ class PlayFixture : public ::testing::Test {
   PlayEngine engine{*chart, settings, sounds, clock, log, host};
 };
 
+// Headless plays of the loaded chart that log their scores into the folder.
+class HeadlessFixture : public PlayFixture {
+ protected:
+  HeadlessFixture() { options.scoreLogFolder = folder.path(); }
+  // Plays from tick 0 with the key events; later calls go on with the same play and its recorded presses.
+  HeadlessResult Play(const std::vector<KeyEvent>& events) {
+    if (!play) play.emplace(*chart, settings, sounds, keyMap, log, clock, options);
+    clock.Set(0);
+    return play->Run(events);
+  }
+  KeyMap keyMap = DefaultKeyMap();
+  HeadlessOptions options;
+  std::optional<HeadlessPlay> play;
+};
+
 // Appends an object to a chart filled by hand (keep them in position order).
 inline void AddObject(Chart& chart, int32_t y, int32_t channel, int32_t value, int32_t measure = 0) {
   ChartObject& object = chart.objects[chart.objectCount++];
@@ -127,6 +143,13 @@ inline void AddObject(Chart& chart, int32_t y, int32_t channel, int32_t value, i
   object.channel = channel;
   object.value = value;
   object.measure = measure;
+}
+// Appends {y, channel, value[, measure]} objects, as AddObject does.
+struct Placed {
+  int32_t y, channel, value, measure = 0;
+};
+inline void AddObjects(Chart& chart, std::initializer_list<Placed> objects) {
+  for (const Placed& o : objects) AddObject(chart, o.y, o.channel, o.value, o.measure);
 }
 
 }  // namespace vremo::testing

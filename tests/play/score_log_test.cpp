@@ -10,8 +10,7 @@ namespace {
 
 using testing::SoundCall;
 
-// Four side-1 notes at 192, 240, 288 and 336 and one side-2 note at 384, at
-// 0.12 units a millisecond.
+// Four side-1 notes at 192, 240, 288 and 336 and one side-2 note at 384, at 0.12 units a millisecond.
 const std::vector<std::string> kSong = {
     "#GENRE Genre", "#TITLE Title", "#ARTIST Artist", "#BPM 150",        "#PLAYER 1",
     "#PLAYLEVEL 3", "#RANK 2",      "#TOTAL 160",     "#00111:01010101", "#00221:01",
@@ -38,20 +37,7 @@ const char kExpectedBlock[] =
     "----------------\r\n"
     "\r\n";
 
-class ScoreLogTest : public testing::PlayFixture {
- protected:
-  HeadlessResult Play(const std::vector<KeyEvent>& events) {
-    clock.Set(0);
-    return play.Run(events);
-  }
-  HeadlessOptions Options() const {
-    HeadlessOptions options;
-    options.scoreLogFolder = folder.path();
-    return options;
-  }
-  KeyMap keyMap = DefaultKeyMap();
-  HeadlessPlay play{*chart, settings, sounds, keyMap, log, clock, Options()};
-};
+using ScoreLogTest = testing::HeadlessFixture;
 
 TEST_F(ScoreLogTest, ScriptedUserPlayAppendsItsBlock) {
   LoadLines(kSong);
@@ -70,14 +56,13 @@ TEST_F(ScoreLogTest, ScriptedUserPlayAppendsItsBlock) {
   EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{1, 1600.0}, {1, 1700.0}, {1, 2450.0}, {1, 3160.0}}));
   // The same figures in the debug log, right after the sound wait.
   auto figures = std::find(sink.lines.begin(), sink.lines.end(), "  sounds stopped.");
-  ASSERT_GE(sink.lines.end() - figures, 13);
-  EXPECT_EQ(figures[1], "----------------");
-  EXPECT_EQ(figures[2], "1P -");
-  EXPECT_EQ(figures[3], "  J-Pts: -66.0pts");
-  EXPECT_EQ(figures[6], "    fGreat 1 Great 0 Good 1 Bad 0 Poor 2");
-  EXPECT_EQ(figures[9], "  Pts: 100000pts");
-  EXPECT_EQ(figures[12], "----------------");
-  EXPECT_EQ(sink.lines.back(), "PlayLoop complete");
+  ASSERT_NE(figures, sink.lines.end());
+  EXPECT_EQ(
+      std::vector<std::string>(figures + 1, sink.lines.end()),
+      (std::vector<std::string>{"----------------", "1P -", "  J-Pts: -66.0pts", "  Pts: 62500pts", "  Ex-Pts: 2pts",
+                                "    fGreat 1 Great 0 Good 1 Bad 0 Poor 2", "2P -", "  J-Pts: 13.0pts",
+                                "  Pts: 100000pts", "  Ex-Pts: 1pts", "    fGreat 0 Great 1 Good 0 Bad 0 Poor 0",
+                                "----------------", "PlayLoop complete"}));
 
   // The recorded presses sound again at their positions in a replay.
   EXPECT_FALSE(settings.userRec);

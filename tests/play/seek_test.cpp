@@ -5,16 +5,14 @@
 namespace vremo {
 namespace {
 
-// Tempo 125 (0.1 units a millisecond at factor 1), a change to 250 (FA) at
-// the start of measure 1 and notes in measures 2 and 3.
+// Tempo 125 (0.1 units a millisecond at factor 1), a change to 250 (FA) at measure 1, notes in measures 2 and 3.
 class SeekTest : public testing::PlayFixture {
  protected:
   void SetUp() override { LoadLines({"#BPM 125", "#PLAYER 1", "#00103:FA", "#00211:01", "#00311:01"}); }
   // Plays from the start until the step at `tick` (5 ms passes).
   void PlayUntil(int32_t tick) {
     clock.Set(0);
-    int32_t zero = 0;
-    engine.SetPlayPosition(zero, true);
+    Seek(0);
     engine.StartPlay();
     while (clock.TickCount() <= tick) engine.RunPass();
   }
@@ -36,15 +34,13 @@ class SeekTest : public testing::PlayFixture {
   }
 };
 
-TEST_F(SeekTest, TempoChangeKeepsThePositionAtFactorOne) {
+TEST_F(SeekTest, TempoChangesAgreeWithSeekingAndOutOfRangeIsRefused) {
   PlayUntil(2000);
   EXPECT_EQ(engine.state().positionOffset, -192);
   EXPECT_FLOAT_EQ(engine.state().scaledTempo, 250.0f);
   EXPECT_NEAR(engine.state().currentPosition, 208.0, 1e-4);
   ExpectSeekAgrees(208);
-}
 
-TEST_F(SeekTest, TempoChangeJumpsAtOtherFactorsAndSeekingAgrees) {
   settings.realHiSpeed = 1.5f;
   PlayUntil(1280);  // the change fires at 1280 ms: 192 / 0.15
   EXPECT_NEAR(engine.state().currentPosition, 192.0, 1e-4);
@@ -57,14 +53,11 @@ TEST_F(SeekTest, TempoChangeJumpsAtOtherFactorsAndSeekingAgrees) {
   }
   EXPECT_FLOAT_EQ(engine.state().scaledTempo, 375.0f);
   ExpectSeekAgrees(386);
-}
 
-TEST_F(SeekTest, MeasuresAndPositionsOutOfRangeAreRefused) {
+  // Measures and positions out of range are refused.
   ASSERT_EQ(chart->maxMeasure, 3);
   clock.Set(5000);
-  int32_t measure = 3;
-  engine.SetPlayPosition(measure, false);
-  EXPECT_EQ(measure, 576);
+  EXPECT_EQ(Seek(3, false), 576);
   EXPECT_EQ(chart->objects[engine.state().nextObject + 1].y, 576);
   EXPECT_FALSE(Logged("Err: Range over"));
 
@@ -73,21 +66,17 @@ TEST_F(SeekTest, MeasuresAndPositionsOutOfRangeAreRefused) {
   const std::pair<int32_t, bool> refused[] = {{4, false}, {-1, false}, {577, true}, {-1, true}};
   for (auto [target, byPosition] : refused) {
     sink.lines.clear();
-    int32_t value = target;
-    engine.SetPlayPosition(value, byPosition);
+    EXPECT_EQ(Seek(target, byPosition), target);
     EXPECT_EQ(sink.lines, std::vector<std::string>{"Err: Range over"});
-    EXPECT_EQ(value, target);
   }
   EXPECT_EQ(engine.state().basePicture, kNoPicture);
   EXPECT_EQ(engine.state().startTick, before.startTick);
   EXPECT_EQ(engine.state().nextObject, before.nextObject);
 
   sink.lines.clear();
-  int32_t last = 576;
-  engine.SetPlayPosition(last, true);
+  Seek(576);
   EXPECT_FALSE(Logged("Err: Range over"));
-  int32_t zero = 0;
-  engine.SetPlayPosition(zero, true);
+  Seek(0);
   EXPECT_EQ(engine.state().nextObject, 0);
   EXPECT_EQ(engine.state().startTick, 5000);
   EXPECT_EQ(engine.state().elapsed, 0);

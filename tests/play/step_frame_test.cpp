@@ -6,6 +6,7 @@ namespace vremo {
 namespace {
 
 using testing::AddObject;
+using testing::AddObjects;
 using testing::SoundCall;
 
 // Rate 1 (tempo 1250): a position is the milliseconds since the start.
@@ -19,8 +20,7 @@ class StepFrameTest : public testing::PlayFixture {
   }
   void StartAt(int32_t tick) {
     clock.Set(tick);
-    int32_t zero = 0;
-    engine.SetPlayPosition(zero, true);
+    Seek(0);
     engine.StartPlay();
   }
   void AddRecordEntry(int32_t position, int32_t sound) {
@@ -31,8 +31,7 @@ class StepFrameTest : public testing::PlayFixture {
 };
 
 TEST_F(StepFrameTest, ObjectsFireAtTheirPositionScheduleAndRecordOneStepLater) {
-  AddObject(*chart, 100, kChannelBackgroundSound, 1);
-  AddObject(*chart, 200, kChannelBackgroundSound, 2);
+  AddObjects(*chart, {{100, kChannelBackgroundSound, 1}, {200, kChannelBackgroundSound, 2}});
   chart->soundChanges[0] = KeySoundChange{11, 100, 5};
   chart->soundChangeCount = 1;
   settings.playRec = true;
@@ -40,46 +39,36 @@ TEST_F(StepFrameTest, ObjectsFireAtTheirPositionScheduleAndRecordOneStepLater) {
   AddRecordEntry(100, 7);
   StepAt(1100);
   EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{1, 1100.0}}));
-  EXPECT_EQ(engine.state().laneKeySound[0], 0);
-  EXPECT_EQ(engine.state().nextObject, 1);
+  EXPECT_EQ(std::pair(engine.state().laneKeySound[0], engine.state().nextObject), std::pair(0, 1));
   StepAt(1101);
   EXPECT_EQ(engine.state().laneKeySound[0], 5);
   EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{1, 1100.0}, {7, 1100.0}}));
 }
 
 TEST_F(StepFrameTest, SoundsFortyEightUnitsLateAreSkippedButConsumed) {
-  AddObject(*chart, 200, kChannelBackgroundSound, 2);
-  AddObject(*chart, 300, 11, 3);
-  AddObject(*chart, 500, kChannelBackgroundSound, 1);
-  AddObject(*chart, 600, 11, 3);
+  AddObjects(*chart,
+             {{200, kChannelBackgroundSound, 2}, {300, 11, 3}, {500, kChannelBackgroundSound, 1}, {600, 11, 3}});
   settings.playRec = true;
   StartAt(1000);
   AddRecordEntry(400, 5);
   AddRecordEntry(450, 7);
   for (int32_t tick : {1247, 1348, 1448, 1497, 1547, 1648}) StepAt(tick);
   EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{2, 1200.0}, {7, 1450.0}, {1, 1500.0}}));
-  EXPECT_EQ(engine.state().nextObject, 4);
-  EXPECT_EQ(engine.state().nextRecordEntry, 2);
-  EXPECT_EQ(engine.state().lastLateness, 48);
+  const PlayState& s = engine.state();
+  EXPECT_EQ((std::vector{s.nextObject, s.nextRecordEntry, s.lastLateness}), (std::vector{4, 2, 48}));
 }
 
 TEST_F(StepFrameTest, EachChannelDoesItsOwnThing) {
-  AddObject(*chart, 10, kChannelBarLine, 0, 3);
-  AddObject(*chart, 20, 31, 5);
-  AddObject(*chart, 30, kChannelBgaBase, 9);
-  AddObject(*chart, 40, kChannelBgaLayer, 8);
-  AddObject(*chart, 50, kChannelBgaPoor, 7);
-  AddObject(*chart, 60, 17, 2);
-  AddObject(*chart, 100, 12, 3);
+  AddObjects(*chart,
+             {{10, kChannelBarLine, 0, 3}, {20, 31, 5, 0}, {30, kChannelBgaBase, 9, 0}, {40, kChannelBgaLayer, 8, 0}});
+  AddObjects(*chart, {{50, kChannelBgaPoor, 7}, {60, 17, 2}, {100, 12, 3}});
   settings.playKeySound = false;
   StartAt(0);
   StepAt(60);
   const PlayState& s = engine.state();
   EXPECT_DOUBLE_EQ(s.measureShown, 3.0);
-  EXPECT_EQ(s.laneKeySound[0], 5);
-  EXPECT_EQ(s.basePicture, 9);
-  EXPECT_EQ(s.layerPicture, 8);
-  EXPECT_EQ(s.missPicture, 7);
+  // Lane 31 sets the key sound of lane 11; then the base, layer and miss pictures.
+  EXPECT_EQ((std::vector{s.laneKeySound[0], s.basePicture, s.layerPicture, s.missPicture}), (std::vector{5, 9, 8, 7}));
   EXPECT_TRUE(s.pictureChanged);
   EXPECT_TRUE(sounds.restarts.empty());
 
@@ -89,28 +78,23 @@ TEST_F(StepFrameTest, EachChannelDoesItsOwnThing) {
   engine.state().lanePendingNote[1] = 6;
   StepAt(104);
   EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{3, 100.0}, {3, 100.0}}));
-  EXPECT_EQ(s.lanePendingNote[1], kNoPendingNote);
-  EXPECT_EQ(engine.scores().players[0].great, 1);
-  EXPECT_EQ(chart->objects[6].done, kTrue16);
+  EXPECT_EQ((std::vector<int32_t>{s.lanePendingNote[1], engine.scores().players[0].great, chart->objects[6].done}),
+            (std::vector<int32_t>{kNoPendingNote, 1, kTrue16}));
 }
 
 TEST_F(StepFrameTest, StatusLineShowsFramesMeasuresAndTimes) {
-  AddObject(*chart, 0, kChannelBarLine, 0, 0);
-  AddObject(*chart, 30000, kChannelBarLine, 0, 11);
-  AddObject(*chart, 40000, kChannelBarLine, 0, 12);
+  AddObjects(*chart, {{0, kChannelBarLine, 0, 0}, {30000, kChannelBarLine, 0, 11}, {40000, kChannelBarLine, 0, 12}});
   chart->maxMeasure = 64;
   chart->playLengthMs = 130000;
   settings.sleepMs = 16;
   clock.Set(0);
-  int32_t target = 35000;
-  engine.SetPlayPosition(target, true);
+  Seek(35000);
   EXPECT_EQ(host.songInfo.back(), "<0fps> 11/64 [0:35/2:10] ");
   engine.StartPlay();
   while (clock.TickCount() <= 1008) engine.RunPass();
   // A bar line shows the status while it is still the next object.
-  const std::vector<std::string> expected = {"<0fps> 11/64 [0:35/2:10] ", "<0fps> 11/64 [0:35/2:10] ",
-                                             "<63fps> 12/64 [0:36/2:10] "};
-  EXPECT_EQ(host.songInfo, expected);
+  EXPECT_EQ(host.songInfo, (std::vector<std::string>{"<0fps> 11/64 [0:35/2:10] ", "<0fps> 11/64 [0:35/2:10] ",
+                                                     "<63fps> 12/64 [0:36/2:10] "}));
   EXPECT_TRUE(host.seekBar.empty());  // 36008 does not fit the 16-bit bar
 }
 
@@ -122,16 +106,14 @@ TEST_F(StepFrameTest, PlayLoopWaitsForSoundsThenFinishes) {
   sounds.lengthMs = 50;
   engine.SetScoreLogFolder(folder.path());
   engine.PlayLoop();
-  const std::vector<std::string> expected = {
-      "PlayLoop --------", "  initialize...",  "  playloop start", "  play-loop end.", "  waiting for sounds stop...",
-      "  sounds stopped.", "PlayLoop complete"};
-  EXPECT_EQ(sink.lines, expected);
+  EXPECT_EQ(sink.lines,
+            (std::vector<std::string>{"PlayLoop --------", "  initialize...", "  playloop start", "  play-loop end.",
+                                      "  waiting for sounds stop...", "  sounds stopped.", "PlayLoop complete"}));
   EXPECT_EQ(sink.caption, "Vremo v0.26 release - [g] t / a");
   EXPECT_EQ(clock.TickCount(), 155);
   EXPECT_EQ(host.songInfo.back(), "curpoly: 0");
   EXPECT_EQ(std::count(host.songInfo.begin(), host.songInfo.end(), "curpoly: 1"), 9);
-  EXPECT_EQ(host.timerStarts, 1);
-  EXPECT_EQ(host.timerKills, 1);
+  EXPECT_EQ(std::pair(host.timerStarts, host.timerKills), std::pair(1, 1));
   EXPECT_EQ(host.seekBar.back(), 100);
   EXPECT_FALSE(engine.Playing());
   EXPECT_FALSE(std::filesystem::exists(folder.Path("vremoscore.txt")));  // not a user play
@@ -155,8 +137,7 @@ TEST_F(StepFrameTest, StopDuringTheSoundWaitEndsWithoutScoreLog) {
   host.onMessages = nullptr;
   sink.lines.clear();
   clock.Set(0);
-  int32_t zero = 0;
-  engine.SetPlayPosition(zero, true);
+  Seek(0);
   engine.PlayLoop();
   EXPECT_FALSE(Logged("  waiting for sounds stop..."));
   EXPECT_EQ(host.songInfo.back(), "J-Pts: 0.0pts");
