@@ -147,7 +147,7 @@ TEST_F(ChartCapacity, MeasuresAbove1024AndSoundChangesPastTheListAreDropped) {
   std::vector<std::string> lines = {"#BPM 120"};
   int notes = 0;
   for (int m = 0; notes < kMaxSoundChanges + 2; ++m) {
-    char head[16];
+    char head[32];
     std::snprintf(head, sizeof head, "#%03d11:", m);
     std::string line = head;
     for (int i = 0; i < 96; ++i, ++notes) line += i % 2 == 0 ? "01" : "02";

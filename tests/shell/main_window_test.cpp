@@ -236,7 +236,7 @@ TEST_F(MainWindowTest, ChartLoadsOnceShowsItsTextsAndAMissingOneDisablesPlay) {
 std::string LongSong() {
   std::vector<std::string> lines = {"#PLAYER 1", "#TITLE Long", "#BPM 10000", "#PLAYLEVEL 3"};
   for (int m = 0; m < 400; ++m) {
-    char line[16];
+    char line[32];
     std::snprintf(line, sizeof line, "#%03d02:0.5", m);
     lines.push_back(line);
   }

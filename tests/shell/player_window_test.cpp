@@ -33,7 +33,7 @@ class PlayerWindowTest : public testing::WindowTest {
 
   // A chart of `measures` 4/4 measures at 120 BPM (two seconds each).
   std::string Song(const std::string& name, const std::string& artist, int measures) {
-    char last[16];
+    char last[32];
     std::snprintf(last, sizeof last, "#%03d11:01", measures - 1);
     return folder.Write("songs/" + name,
                         Crlf({"#PLAYER 1", "#ARTIST " + artist, "#TITLE " + name, "#BPM 120", "#00111:01", last}));

@@ -47,7 +47,7 @@ std::vector<size_t> Onsets(const std::string& wav) {
 std::string StepLine(int measure, int channel, int step, const std::string& value) {
   std::string data(192 * 2, '0');
   data.replace(static_cast<size_t>(step) * 2, 2, value);
-  char head[8];
+  char head[32];
   std::snprintf(head, sizeof head, "#%03d%02d:", measure, channel);
   return head + data;
 }
