@@ -20,11 +20,18 @@ int main(int argc, char** argv) {
   if (auto status = vremo::RunToolMode(args, std::cout, std::cerr)) return *status;
 
   QApplication application(argc, argv);
-  // Relative chart paths mean this process's folder, not the running player's.
-  std::string commandLine = vremo::JoinArguments(args);
+  // `--open FILES` (a double click in a file manager): the files are taken
+  // as a drop on the window instead of as a command line.
+  std::vector<std::string> opened;
+  const bool opening = !args.empty() && args[0] == "--open";
+  // Relative paths mean this process's folder, not the running player's.
+  std::string commandLine = opening ? std::string() : vremo::JoinArguments(args);
   std::error_code ec;
   if (const auto here = std::filesystem::current_path(ec); !ec) {
     commandLine = vremo::AbsoluteCommandLine(commandLine, here.string());
+    for (size_t i = 1; opening && i < args.size(); ++i) {
+      if (!args[i].empty()) opened.push_back((here / args[i]).lexically_normal().string());
+    }
   }
   std::string problem;
   const std::string runtimeFolder = vremo::RuntimeFolder(&problem);
@@ -33,7 +40,11 @@ int main(int argc, char** argv) {
   if (role == vremo::InstanceRole::kSecond) {
     vremo::StreamLogSink sink([](std::string_view text) { std::cerr << text; });
     vremo::DebugLog log(&sink);
-    vremo::HandOver(vremo::HandOverFilePath(), commandLine, log, runtimeFolder);
+    if (opening) {
+      vremo::HandOverFiles(vremo::HandOverFilePath(), opened, log, runtimeFolder);
+    } else {
+      vremo::HandOver(vremo::HandOverFilePath(), commandLine, log, runtimeFolder);
+    }
     return 0;
   }
   if (role == vremo::InstanceRole::kAlone) {
@@ -47,5 +58,6 @@ int main(int argc, char** argv) {
   vremo::QuitSignals quitSignals([&window] { window.Quit(); });
   window.StartUp();
   commands.Start(lock, commandLine);
+  if (!opened.empty()) window.FilesDropped(opened);
   return application.exec();
 }

@@ -50,7 +50,9 @@ xdg() {
 [ "$(xdg query filetype "$scratch/files/song.bme")" = "text/x-bms" ] || fail "song.bme is not text/x-bms"
 [ "$(xdg query filetype "$scratch/files/list.dat")" = "application/x-vremo-playlist" ] ||
   fail "a list without its extension is not recognised by its signature"
-[ "$(xdg query default text/x-bms)" = "vremo.desktop" ] || fail "vremo.desktop does not handle text/x-bms"
+for type in text/x-bms application/x-vremo-playlist application/x-vremo-record; do
+  [ "$(xdg query default "$type")" = "vremo.desktop" ] || fail "vremo.desktop does not handle $type"
+done
 
 step "relocated prefix finds its assets"
 mv "$prefix" "$scratch/moved"

@@ -13,6 +13,7 @@
 
 #include "chart/chart_text.h"
 #include "chart/numbers.h"
+#include "shell/command_line.h"
 
 namespace vremo {
 namespace {
@@ -141,6 +142,12 @@ void CommandChannel::HandleLine(QLocalSocket* socket, const QByteArray& line) {
   const std::string text = line.toStdString();
   if (text.starts_with(kHandOverPrefix)) {
     handler_.CommandLineReceived(text.substr(kHandOverPrefix.size()));
+    return;
+  }
+  if (text.starts_with(kOpenFilesPrefix)) {
+    std::vector<std::string> paths = SplitCommandLine(std::string_view(text).substr(kOpenFilesPrefix.size()));
+    std::erase(paths, std::string());
+    if (!paths.empty()) handler_.FilesReceived(paths);
     return;
   }
   if (text.empty() || text[0] != 'L') return;

@@ -28,6 +28,9 @@ inline constexpr std::string_view kNoticeNext = "PNEXT";
 inline constexpr std::string_view kNoticeClose = "PCLOSE";
 inline constexpr std::string_view kPauseCaption = "sorry, pause is unaviliable";
 inline constexpr std::string_view kHandOverPrefix = "ReceiveCommand: ";
+// `vremo --open FILES` of a second start: the files, joined as a command
+// line, to be taken as a drop on the main window.
+inline constexpr std::string_view kOpenFilesPrefix = "ReceiveFiles: ";
 // Bounds that keep a misbehaving partner from costing the player memory.
 inline constexpr qsizetype kMaxCommandBytes = 64 * 1024;
 inline constexpr qint64 kMaxPendingReplyBytes = 256 * 1024;
@@ -46,6 +49,8 @@ class CommandHandler {
   // A second start's command line: the caption becomes kHandOverPrefix + line,
   // where the timMoved poll (HandOverPoll) finds it.
   virtual void CommandLineReceived(const std::string& line) = 0;
+  // Files a second start opened (kOpenFilesPrefix), absolute, in its order.
+  virtual void FilesReceived(const std::vector<std::string>& paths) { (void)paths; }
 };
 
 // One command text as the linked text box handled it. True when it was

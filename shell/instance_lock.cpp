@@ -14,6 +14,7 @@
 #include "chart/bms_reader.h"
 #include "shell/atomic_file.h"
 #include "shell/command_channel.h"
+#include "shell/command_line.h"
 #include "shell/program_folder.h"
 
 namespace vremo {
@@ -116,11 +117,14 @@ bool InstanceLock::Publish(CommandChannel& channel, const QString& name, DebugLo
   return true;
 }
 
-bool HandOver(const std::string& handOverFile, const std::string& commandLine, DebugLog& log,
-              const std::string& channelFolder) {
+namespace {
+
+// Sends `prefix` + `text` as one line to the channel temp.dat names.
+bool SendHandOverLine(const std::string& handOverFile, std::string_view prefix, const std::string& text, DebugLog& log,
+                      const std::string& channelFolder) {
   if (!log.CheckExist(handOverFile)) return false;
   const std::string name = ReadHandOverFile(handOverFile);
-  if (name.empty() || commandLine.empty()) return false;
+  if (name.empty() || text.empty()) return false;
   if (!channelFolder.empty() && !ChannelInFolder(name, channelFolder)) {
     log.PutLog("Err: " + std::string(kHandOverFileName) + " names a channel outside " + channelFolder);
     return false;
@@ -128,12 +132,24 @@ bool HandOver(const std::string& handOverFile, const std::string& commandLine, D
   QLocalSocket socket;
   socket.connectToServer(QString::fromStdString(name));
   if (!socket.waitForConnected(kHandOverWaitMs)) return false;
-  std::string line = std::string(kHandOverPrefix) + commandLine;
+  std::string line = std::string(prefix) + text;
   for (char& c : line) c = (c == '\n' || c == '\r') ? ' ' : c;
   socket.write(QByteArray::fromStdString(line + "\n"));
   const bool sent = socket.waitForBytesWritten(kHandOverWaitMs) || socket.bytesToWrite() == 0;
   socket.disconnectFromServer();
   return sent;
+}
+
+}  // namespace
+
+bool HandOver(const std::string& handOverFile, const std::string& commandLine, DebugLog& log,
+              const std::string& channelFolder) {
+  return SendHandOverLine(handOverFile, kHandOverPrefix, commandLine, log, channelFolder);
+}
+
+bool HandOverFiles(const std::string& handOverFile, const std::vector<std::string>& files, DebugLog& log,
+                   const std::string& channelFolder) {
+  return SendHandOverLine(handOverFile, kOpenFilesPrefix, JoinArguments(files), log, channelFolder);
 }
 
 std::optional<std::string> HandOverPoll(std::string_view caption) {

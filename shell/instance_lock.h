@@ -15,6 +15,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "chart/debug_log.h"
 
@@ -64,6 +65,9 @@ class InstanceLock {
 // by another setup) is refused with a log line.
 bool HandOver(const std::string& handOverFile, const std::string& commandLine, DebugLog& log,
               const std::string& channelFolder = {});
+// The same for `vremo --open FILES`: the running player takes them as a drop.
+bool HandOverFiles(const std::string& handOverFile, const std::vector<std::string>& files, DebugLog& log,
+                   const std::string& channelFolder);
 
 // Why `folder` cannot hold the lock and the channel; empty when it can: a
 // real folder (not a link), owned by this user, closed to everyone else.

@@ -68,6 +68,9 @@ void PlayerCommands::FilesDropped(const std::vector<std::string>& paths) {
   list_.ListPlay(0);
 }
 
+// A file opened from the desktop lands as if dropped on the window.
+void PlayerCommands::FilesReceived(const std::vector<std::string>& paths) { window_.FilesDropped(paths); }
+
 void PlayerCommands::timMoved_Timer() {
   if (auto line = HandOverPoll(window_.Caption())) {
     window_.RequestStop();

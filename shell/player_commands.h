@@ -50,6 +50,7 @@ class PlayerCommands : public QObject, private CommandTarget, private CommandHan
   void CommandQuit() override;
   void CommandPause() override;
   void CommandLineReceived(const std::string& line) override;
+  void FilesReceived(const std::vector<std::string>& paths) override;
   // PlayListHost
   void PlayChart(const std::string& path) override;
   void ShowMessage(const std::string& text, const std::string& title) override;

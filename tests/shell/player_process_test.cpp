@@ -17,7 +17,9 @@
 #include <thread>
 #include <vector>
 
+#include "chart/bms_reader.h"
 #include "shell/command_channel.h"
+#include "shell/play_list_file.h"
 #include "shell/send_mode.h"
 #include "tests/support/temp_folder.h"
 
@@ -180,6 +182,22 @@ TEST_F(PlayerProcess, ChannelLoadsSeeksHandsOverAndQuits) {
   EXPECT_EQ(WaitForExit(), 0);
   // Nothing runs any more: the client says so.
   EXPECT_EQ(Run("--send LSTOP").status, 1);
+}
+
+TEST_F(PlayerProcess, OpenedFilesActAsADropOnTheRunningPlayer) {
+  // A double click on a list: the running player loads it and plays its first chart.
+  auto demo = ReadChartHeader(VREMO_DEMO_CHART);
+  ASSERT_TRUE(demo.has_value());
+  folder.Write("lists/mine.vrl", EncodeListFile({*demo}));
+  Partner partner(Channel());
+  ASSERT_TRUE(partner.connected());
+  EXPECT_EQ(Run("--open mine.vrl", folder.Path("lists")).status, 0);
+  EXPECT_TRUE(partner.WaitFor("PLENGTH 55538\n")) << partner.received();
+  // A record for another chart gets the record message, and the player goes on.
+  folder.Write("lists/other.vpd", std::string(12, '\x7F'));
+  EXPECT_EQ(Run("--open other.vpd", folder.Path("lists")).status, 0);
+  partner.Send("LSTOP\n");
+  EXPECT_TRUE(partner.WaitFor("POK\n", 1000)) << partner.received();
 }
 
 TEST_F(PlayerProcess, BadInputAndUnreadableChartsDoNotStopThePlayer) {
