@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs every Debian 12 package Vremo needs to build, test and run headless,
-# and to make and check its Debian package (scripts/package-test.sh).
+# and to make and check its Debian package (scripts/package-test.sh);
+# with VREMO_FUZZ_DEPS set also what scripts/fuzz.sh needs.
 # Idempotent: does nothing (and says nothing) when all packages are present.
 set -euo pipefail
 
@@ -12,6 +13,10 @@ packages=(
   xvfb xauth imagemagick
   desktop-file-utils xdg-utils libfile-mimeinfo-perl shared-mime-info librsvg2-bin man-db dpkg-dev file
 )
+# scripts/fuzz.sh: clang and its libFuzzer runtime.
+if [ -n "${VREMO_FUZZ_DEPS:-}" ]; then
+  packages+=(clang-14 libclang-rt-14-dev)
+fi
 
 missing=()
 for p in "${packages[@]}"; do
