@@ -33,6 +33,8 @@ void ClearForLoad(Chart& chart) {
   chart.maxMeasure = 0;
   chart.totalNotes = {0, 0};
   chart.sideUsed = {0, 0};
+  chart.modern = false;
+  chart.timing.Reset(0.0);
 }
 
 bool EndsWithBmp(std::u32string_view name) {

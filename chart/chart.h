@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <string>
 
+#include "chart/timing_map.h"
+
 namespace vremo {
 
 // 192 units are one standard 4/4 measure, 48 units one beat.
@@ -36,17 +38,32 @@ inline constexpr int32_t kChannelBgaPoor = 6;
 inline constexpr int32_t kChannelBgaLayer = 7;
 inline constexpr int32_t kFirstSide2Channel = 21;
 
+// The modern reading (an option) adds to the classic channels:
+// stops (their value is the stop's length in units at the tempo in force),
+inline constexpr int32_t kChannelStop = 9;
+// landmines, kept apart from the notes: lane channel + this offset
+// (D1-D9 -> 111-119, E1-E9 -> 121-129); the value is the damage,
+inline constexpr int32_t kMineChannelOffset = 100;
+// and base-36 slot numbers "00"-"ZZ" for sounds and pictures. The classic
+// reading only ever names the first kMediaSlots of them.
+inline constexpr int32_t kMaxMediaSlots = 36 * 36;
+
+// What a lane object is: a note, or one end of a long note (the head and its
+// tail are the next two objects of the lane that carry these kinds).
+enum class NoteKind : uint8_t { kNote = 0, kLongHead = 1, kLongTail = 2 };
+
 // Booleans in memory follow the original convention: true is all bits set.
 using Flag16 = int16_t;
 inline constexpr Flag16 kTrue16 = -1;
 
 struct ChartObject {
   int32_t measure = 0;
-  int32_t y = 0;        // raw measure x 192 + tick, then the scaled position
-  int32_t tick = 0;     // 0-191 inside the measure
-  int32_t channel = 0;  // BMS channel, or kChannelBarLine
-  int32_t value = 0;    // sound slot, picture slot or tempo
-  Flag16 done = 0;      // set by the play engine as the object is handled
+  int32_t y = 0;                    // raw measure x 192 + tick, then the scaled position
+  int32_t tick = 0;                 // 0-191 inside the measure
+  int32_t channel = 0;              // BMS channel, or kChannelBarLine
+  int32_t value = 0;                // sound slot, picture slot or tempo
+  Flag16 done = 0;                  // set by the play engine as the object is handled
+  NoteKind kind = NoteKind::kNote;  // modern reading only; in the padding
 };
 static_assert(sizeof(ChartObject) == 24);
 
@@ -106,11 +123,17 @@ struct Chart : ChartHeader {
 
   // Media slot tables. The sounds and pictures themselves live in the media
   // layer under the same slot numbers; the chart keeps what the reader learnt.
-  std::array<std::string, kMediaSlots> wavName{};  // as written, trimmed
-  std::array<std::string, kMediaSlots> bmpName{};
-  std::array<int32_t, kMediaSlots> soundBaseFrequency{};
-  std::array<float, kMediaSlots> soundSize{};  // bytes of decoded data
-  std::array<PictureRect, kMediaSlots> pictureRect{};
+  std::array<std::string, kMaxMediaSlots> wavName{};  // as written, trimmed
+  std::array<std::string, kMaxMediaSlots> bmpName{};
+  std::array<int32_t, kMaxMediaSlots> soundBaseFrequency{};
+  std::array<float, kMaxMediaSlots> soundSize{};  // bytes of decoded data
+  std::array<PictureRect, kMaxMediaSlots> pictureRect{};
+
+  // Set by the modern reading: the play engine then takes the time of every
+  // position from `timing` (fractional tempos, stops) instead of the channel
+  // 3 objects, and lane objects may be long-note ends or mines.
+  bool modern = false;
+  TimingMap timing;
 
   // Position of the last object in table order (0 when there is none).
   int32_t LastY() const { return objectCount > 0 ? objects[objectCount - 1].y : 0; }

@@ -85,12 +85,14 @@ void AppendInts(std::string& out, std::initializer_list<int32_t> values) {
   AppendArray(out, values, [&out](int32_t v) { out += std::to_string(v); });
 }
 
-void AppendSlotNames(std::string& out, const std::array<std::string, kMediaSlots>& names) {
-  static constexpr char kHex[] = "0123456789ABCDEF";
+// Slot ids as the chart wrote them: hexadecimal, base 36 in the modern reading.
+void AppendSlotNames(std::string& out, const std::array<std::string, kMaxMediaSlots>& names, bool modern) {
+  static constexpr char kDigits[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  const int base = modern ? 36 : 16;
   JsonObject object(out);
-  for (int slot = 0; slot < kMediaSlots; ++slot) {
+  for (int slot = 0; slot < kMaxMediaSlots; ++slot) {
     if (names[slot].empty()) continue;
-    const char id[3] = {kHex[slot >> 4], kHex[slot & 15], 0};
+    const char id[3] = {kDigits[slot / base], kDigits[slot % base], 0};
     AppendString(object.Key(id), names[slot]);
   }
 }
@@ -141,8 +143,8 @@ std::string DumpChartJson(const Chart& c) {
       AppendInts(changes, {s.channel, s.y, s.value});
     }
     changes += ']';
-    AppendSlotNames(j.Key("wav"), c.wavName);
-    AppendSlotNames(j.Key("bmp"), c.bmpName);
+    AppendSlotNames(j.Key("wav"), c.wavName, c.modern);
+    AppendSlotNames(j.Key("bmp"), c.bmpName, c.modern);
   }
   out += '\n';
   return out;

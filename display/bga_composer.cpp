@@ -24,7 +24,7 @@ void DrawPicture(Surface& work, const Rect& area, const PictureSlots& pictureSlo
 }  // namespace
 
 Rect PictureSize(const Chart& chart, int32_t slot, const Surface& picture) {
-  if (slot < 0 || slot >= kMediaSlots) return picture.FullRect();
+  if (slot < 0 || slot >= kMaxMediaSlots) return picture.FullRect();
   const PictureRect& rect = chart.pictureRect[static_cast<size_t>(slot)];
   if (rect.width <= 0 && rect.height <= 0) return picture.FullRect();
   return Rect{0, 0, rect.width, rect.height};

@@ -25,7 +25,7 @@ std::unique_ptr<Surface> LoadPictureFile(const std::string& path, SurfaceMemory&
 }
 
 PictureLoadResult PictureSlots::Load(int slot, const std::string& path, bool measure, SurfaceMemory& memory) {
-  if (slot < 0 || slot >= kMediaSlots) return {};
+  if (slot < 0 || slot >= kMaxMediaSlots) return {};
   // The old picture goes first so that its memory counts as free.
   slots_[static_cast<size_t>(slot)].reset();
   std::unique_ptr<Surface> picture = LoadPictureFile(path, memory, &folders_);
@@ -41,7 +41,7 @@ PictureLoadResult PictureSlots::Load(int slot, const std::string& path, bool mea
 }
 
 const Surface* PictureSlots::Picture(int slot) const {
-  if (slot < 0 || slot >= kMediaSlots) return nullptr;
+  if (slot < 0 || slot >= kMaxMediaSlots) return nullptr;
   return slots_[static_cast<size_t>(slot)].get();
 }
 

@@ -40,7 +40,7 @@ class PictureSlots {
   void ReleaseAll();
 
  private:
-  std::array<std::unique_ptr<Surface>, kMediaSlots> slots_;
+  std::array<std::unique_ptr<Surface>, kMaxMediaSlots> slots_;
   MediaFolderIndex folders_;
 };
 

@@ -69,6 +69,9 @@ struct PlayState {
 
   std::array<int32_t, kLaneChannelCount> laneKeySound{};  // lane = channel - 11
   std::array<int32_t, kLaneChannelCount> lanePendingNote{};
+  // Modern reading: the head of the long note each lane holds down, or
+  // kNoPendingNote. The renderer shortens that note's body from below.
+  std::array<int32_t, kLaneChannelCount> laneHeldLong{};
 
   int32_t basePicture = kNoPicture;
   int32_t layerPicture = kNoPicture;

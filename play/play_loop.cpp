@@ -19,6 +19,7 @@ PlayEngine::PlayEngine(Chart& chart, const Settings& settings, SoundBank& sounds
                        PlayHost& host)
     : chart_(chart), settings_(settings), sounds_(sounds), clock_(clock), log_(log), host_(host) {
   state_.lanePendingNote.fill(kNoPendingNote);
+  state_.laneHeldLong.fill(kNoPendingNote);
   scores_.ResetPlayers();
 }
 
@@ -36,10 +37,11 @@ void PlayEngine::StartPlay() {
   log_.PutLog("PlayLoop --------");
   log_.PutLog("  initialize...");
   state_.lanePendingNote.fill(kNoPendingNote);
+  state_.laneHeldLong.fill(kNoPendingNote);
   // The judged flags, up to and including the entry after the last object.
   const int32_t lastIndex = std::min(chart_.objectCount, kMaxObjects - 1);
   for (int32_t i = 0; i <= lastIndex; ++i) chart_.objects[i].done = 0;
-  for (int slot = 0; slot < kMediaSlots; ++slot) {
+  for (int slot = 0; slot < kMaxMediaSlots; ++slot) {
     if (!sounds_.HasSound(slot)) continue;
     sounds_.Rewind(slot);
     sounds_.Stop(slot);
@@ -97,12 +99,13 @@ void PlayEngine::EndMainLoop() {
 bool PlayEngine::WaitForSoundsPass() {
   SoundOverview overview;
   overview.barWidth.fill(-1.0);
-  for (int slot = 0; slot < kMediaSlots; ++slot) {
+  for (int slot = 0; slot < kMaxMediaSlots; ++slot) {
     if (!sounds_.HasSound(slot)) continue;
     const int32_t cursor = sounds_.PlayCursor(slot);
     if (cursor == 0) continue;
     ++overview.soundingCount;
     const int32_t length = sounds_.LengthBytes(slot);
+    if (slot >= kMediaSlots) continue;  // the overview shows the classic slots
     overview.barWidth[slot] =
         length > 0 ? static_cast<double>(cursor) / length * kOverviewCellPixels : kOverviewCellPixels;
   }
@@ -122,7 +125,7 @@ void PlayEngine::FinishPlay() {
   }
   state_.running = false;
   SetSeekBar();
-  for (int slot = 0; slot < kMediaSlots; ++slot) {
+  for (int slot = 0; slot < kMaxMediaSlots; ++slot) {
     if (!sounds_.HasSound(slot)) continue;
     sounds_.Stop(slot);
     sounds_.Rewind(slot);

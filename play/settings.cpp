@@ -82,6 +82,11 @@ constexpr std::array kKeys = {
     SettingsKey{"Setting", "WndAutoHide", Field<&Settings::wndAutoHide>, kCheckOff, kCheckOn},
 };
 
+// Options beyond the classic player, after its keys in the same sections.
+constexpr std::array kExtensionKeys = {
+    SettingsKey{"Setting", "ModernReading", Field<&Settings::modernReading>},
+};
+
 bool SameName(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;
   for (size_t i = 0; i < a.size(); ++i) {
@@ -116,13 +121,25 @@ bool Assign(T* target, std::optional<T> value) {
   return true;
 }
 
+// The classic keys, then the extensions: one list to search.
+constexpr auto AllKeysArray() {
+  std::array<SettingsKey, kKeys.size() + kExtensionKeys.size()> all{};
+  for (size_t i = 0; i < kKeys.size(); ++i) all[i] = kKeys[i];
+  for (size_t i = 0; i < kExtensionKeys.size(); ++i) all[kKeys.size() + i] = kExtensionKeys[i];
+  return all;
+}
+constexpr auto kAllKeys = AllKeysArray();
+
+std::span<const SettingsKey> AllSettingsKeys() { return kAllKeys; }
+
 }  // namespace
 
 std::span<const SettingsKey> SettingsKeys() { return kKeys; }
+std::span<const SettingsKey> ExtensionSettingsKeys() { return kExtensionKeys; }
 
 const SettingsKey* FindSettingsKey(std::string_view name) {
   const size_t dot = name.find('.');
-  for (const SettingsKey& key : kKeys) {
+  for (const SettingsKey& key : AllSettingsKeys()) {
     if (dot != std::string_view::npos) {
       if (SameName(name.substr(0, dot), key.section) && SameName(name.substr(dot + 1), key.key)) return &key;
     } else if ((key.section == "Setting" || key.section == "NoteSetting") && SameName(name, key.key)) {

@@ -79,6 +79,11 @@ struct Settings {
   bool reverse = false;
   bool accel = false;
   bool nazo = false;
+
+  // Beyond the classic player: written to the settings file only once they
+  // differ from these defaults, so a file saved with them untouched stays
+  // byte for byte what it was.
+  bool modernReading = false;  // long notes, stops, random blocks, LF lines
 };
 
 using OptionField = std::variant<bool*, int16_t*, int32_t*, float*, std::string*>;
@@ -93,8 +98,10 @@ struct SettingsKey {
   double maximum = std::numeric_limits<double>::infinity();
 };
 
-// Every key in the order the settings file is read.
+// Every classic key in the order the settings file is read.
 std::span<const SettingsKey> SettingsKeys();
+// The newer keys, read after the classic ones and written only once set.
+std::span<const SettingsKey> ExtensionSettingsKeys();
 
 // Finds "Key" among the Setting and NoteSetting keys, or "Section.Key" for
 // any key (MainForm.Left); names match without regard to case.

@@ -51,7 +51,7 @@ double PlayEngine::StepTimeOf(double position) const {
 }
 
 void PlayEngine::RestartSound(int32_t slot, double atMs) {
-  if (slot < 0 || slot >= kMediaSlots || !sounds_.HasSound(slot)) return;
+  if (slot < 0 || slot >= kMaxMediaSlots || !sounds_.HasSound(slot)) return;
   sounds_.Restart(slot, atMs);
 }
 

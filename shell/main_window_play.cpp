@@ -188,7 +188,7 @@ void MainWindow::cmbFreq_Change() {
     state.scrollFactor = static_cast<float>(tempo / 240.0 * 192.0);
   }
   settings_.realHiSpeed = static_cast<float>(*factor);
-  for (int slot = 0; slot < kMediaSlots; ++slot) {
+  for (int slot = 0; slot < kMaxMediaSlots; ++slot) {
     if (!sounds_.HasSound(slot)) continue;
     if (auto rate = RoundToInt32(sounds_.BaseFrequency(slot) * *factor)) sounds_.SetFrequency(slot, *rate);
   }
@@ -220,7 +220,7 @@ void MainWindow::chkUserRecord_Click() {
 void MainWindow::picDraw_Pressed(int x, int y) {
   if (settings_.polMode) {
     const int slot = (y / kOverviewCellPixels) * kOverviewColumns + x / kOverviewCellPixels;
-    if (slot >= 0 && slot < kMediaSlots && sounds_.HasSound(slot)) sounds_.Restart(slot, 0.0);
+    if (slot >= 0 && slot < kMaxMediaSlots && sounds_.HasSound(slot)) sounds_.Restart(slot, 0.0);
     return;
   }
   PlayState& state = engine_->state();

@@ -34,6 +34,18 @@ std::string_view ReadDefaultOf(const SettingsKey& key) {
   return {};
 }
 
+// Newer options join the file only once the user changed them (or the file
+// already names them), after the classic keys of their section.
+void WriteKeysWhenSet(ProfileText& file, const Settings& settings) {
+  static const Settings kDefaults;
+  constexpr std::string_view kAbsent = "\x01";
+  for (const SettingsKey& key : ExtensionSettingsKeys()) {
+    const std::string text = OptionText(settings, key);
+    const bool present = file.Get(key.section, key.key, kAbsent) != kAbsent;
+    if (present || text != OptionText(kDefaults, key)) file.Set(key.section, key.key, text);
+  }
+}
+
 }  // namespace
 
 Settings UnsetSettings() {
@@ -62,6 +74,9 @@ bool ReadSettings(const std::string& path, Settings& settings, DebugLog& log) {
   for (const SettingsKey& key : SettingsKeys()) {
     ReadOption(settings, key, text.Get(key.section, key.key, ReadDefaultOf(key)));
   }
+  for (const SettingsKey& key : ExtensionSettingsKeys()) {
+    ReadOption(settings, key, text.Get(key.section, key.key, OptionText(Settings{}, key)));
+  }
   return true;
 }
 
@@ -87,6 +102,7 @@ bool WriteSettings(const std::string& path, const Settings& settings, DebugLog* 
     if (name == "Setting.WndMode" && settings.wndMode != 0 && settings.wndMode != 1) continue;
     file.Set(key->section, key->key, OptionText(settings, *key));
   }
+  WriteKeysWhenSet(file, settings);
   return file.Save(path);
 }
 
