@@ -72,6 +72,7 @@ int32_t LoadChart(const std::string& path, Chart& chart, LoadContext& context) {
   chart.directory = DirectoryOf(path);
 
   ClearForLoad(chart);
+  context.media.SetSlotCount(kMediaSlots);
   context.media.PrepareSurfaces();
   log.PutLog("  loading bms...");
 

@@ -54,7 +54,9 @@ void MainWindow::timPlay_Timer() {
     SetPlayButtonIcon(true);
     for (QPushButton* button : {cmdPlay, cmdStop, cmdFF, cmdRew, cmdReload}) button->setEnabled(true);
   }
-  if (playTag_ != chart_->path) {
+  // A chart read the other way than the modern-reading switch now says is
+  // read again.
+  if (playTag_ != chart_->path || chart_->modern != settings_.modernReading) {
     picTitle->ShowSongMessage("Now Loading...");
     media_->PrepareSurfaces();
     sounds_.ReleaseSounds();
