@@ -61,10 +61,11 @@ void MainWindow::timPlay_Timer() {
     media_->PrepareSurfaces();
     sounds_.ReleaseSounds();
     LoadProgress progress(*media_, [this](const LoadCounts& counts) { ShowLoadProgress(counts); });
-    LoadContext context{log_, progress, {settings_.noWav, settings_.noBga, settings_.realHiSpeed}, [this] {
-                          layoutContext_->sides = SideSwitchesOf(*chart_);
-                          LoadLayout();
-                        }};
+    LoadContext context{
+        log_, progress, {settings_.noWav, settings_.noBga, settings_.realHiSpeed, settings_.modernReading, {}}, [this] {
+          layoutContext_->sides = SideSwitchesOf(*chart_);
+          LoadLayout();
+        }};
     const int32_t loaded = LoadChart(playTag_, *chart_, context);
     ShowLoadProgress(progress.counts());
     if (loaded != kLoadOk) {
