@@ -77,6 +77,7 @@ int32_t ControlFlow::CurrentValue() const {
 }
 
 bool ControlFlow::Feed(std::u32string_view line) {
+  if (line.empty() || (line[0] >= U'0' && line[0] <= U'9')) return false;  // a channel line
   size_t length = 0;
   const std::u32string word = UpperWord(line, length);
   const int32_t argument = ArgumentValue(line.substr(length));
