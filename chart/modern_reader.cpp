@@ -236,6 +236,7 @@ int32_t LoadModernChart(const std::string& path, Chart& chart, LoadContext& cont
     if (!flow.Feed(line) && flow.Active()) ReadModernLine(line, chart, data, &hooks);
   });
 
+  chart.randomDraws = flow.Drew();
   const std::vector<double> starts = MeasureStarts(data);
   for (ModernObject& o : data.objects) {
     o.position = starts[o.measure] + kUnitsPerMeasure * LengthOf(data, o.measure) * o.index / o.count;

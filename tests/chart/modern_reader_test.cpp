@@ -82,6 +82,7 @@ TEST_F(ModernReader, TempoChangesStopsAndMeasureLengthsGiveExactTimes) {
                                       "5000.000\t11\t01", "7651.934\t03\tB4", "7651.934\t11\t01", "8985.267\t11\t01",
                                       "9651.934\t11\t01"}));
   EXPECT_TRUE(chart->modern);
+  EXPECT_FALSE(chart->randomDraws);  // nothing to draw anew on the next play
   EXPECT_EQ(chart->lengthMs, 9652);
   EXPECT_DOUBLE_EQ(chart->timing.TimeAt(3 * 192), 240000.0 / 90.5 + 5000.0);
   // The table keeps the tempos (rounded) and the stop for information.
@@ -128,6 +129,7 @@ TEST_F(ModernReader, RandomAndSwitchBlocksTakeTheDrawnBranches) {
     if (swich == 2) expected.insert({19, 21});  // runs on into case 3
     if (swich == 3) expected.insert(21);
     EXPECT_EQ(Channels(), expected) << "seed " << seed;
+    EXPECT_TRUE(chart->randomDraws);
     seen.insert(expected);
     EXPECT_TRUE(Logged("  #RANDOM 3 -> " + std::to_string(outer)));
     EXPECT_EQ(Logged("  #RANDOM 2 -> " + std::to_string(inner)), outer == 1);
