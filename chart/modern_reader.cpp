@@ -27,18 +27,17 @@ uint32_t SeedOf(const LoadOptions& options) {
   return device();
 }
 
+double LengthOf(const ModernData& d, int32_t measure) {
+  return d.measureLength[measure] > 0.0 ? d.measureLength[measure] : 1.0;
+}
+
 // Measure starts in units: start[m + 1] = start[m] + 192 x length of m.
 std::vector<double> MeasureStarts(const ModernData& d) {
   std::vector<double> start(static_cast<size_t>(std::max(d.maxMeasure, 0)) + 2, 0.0);
-  for (size_t m = 0; m + 1 < start.size(); ++m) {
-    const double length = d.measureLength[m] > 0.0 ? d.measureLength[m] : 1.0;
-    start[m + 1] = start[m] + kUnitsPerMeasure * length;
+  for (int32_t m = 0; m + 1 < static_cast<int32_t>(start.size()); ++m) {
+    start[m + 1] = start[m] + kUnitsPerMeasure * LengthOf(d, m);
   }
   return start;
-}
-
-double LengthOf(const ModernData& d, int32_t measure) {
-  return d.measureLength[measure] > 0.0 ? d.measureLength[measure] : 1.0;
 }
 
 // Tempo changes and stops in position order; at one position the tempo
