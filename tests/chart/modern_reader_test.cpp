@@ -176,8 +176,11 @@ TEST_F(ModernReader, KoreanAndJapaneseTitlesDecodeInTheirOwnScript) {
   const std::string korean = "\xEB\x82\x98\xEC\x9D\x98 \xEB\x85\xB8\xEB\x9E\x98";               // 나의 노래
   const std::string japanese = "\xE3\x81\x82\xE3\x81\x97\xE3\x81\x9F\xE3\x81\xAE\xE6\xAD\x8C";  // あしたの歌
   const std::string katakana = "\xE3\x82\xAB\xE3\x82\xBF\xE3\x83\x81";                          // カタチ
-  const std::vector<std::pair<std::string, const char*>> cases = {
-      {korean, "CP949"}, {korean, "EUC-KR"}, {japanese, "CP932"}, {katakana, "CP932"}};
+  const std::string kanji = "\xE6\x9D\xB1\xE6\x96\xB9";                                         // 東方
+  const std::string syllable = "\xEA\xB0\x80";                                                  // 가
+  const std::vector<std::pair<std::string, const char*>> cases = {{korean, "CP949"},   {korean, "EUC-KR"},
+                                                                  {syllable, "CP949"}, {japanese, "CP932"},
+                                                                  {katakana, "CP932"}, {kanji, "CP932"}};
   for (const auto& [title, encoding] : cases) {
     const std::string bytes = Encoded(Crlf({"#TITLE " + title, "#ARTIST " + title, "#00111:01"}), encoding);
     ASSERT_EQ(Load(bytes), kLoadOk);
