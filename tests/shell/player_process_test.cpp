@@ -97,18 +97,19 @@ class PlayerProcess : public ::testing::Test {
     ::setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
   }
   // `fileSizeLimit`: no file of the player grows past it (a full disk);
-  // `errors`: where its standard error goes.
-  void StartPlayer(rlim_t fileSizeLimit = RLIM_INFINITY, const std::string& errors = "/dev/null") {
-    std::filesystem::remove(folder.Path("home/temp.dat"));
+  // `errors`: where its standard error goes; `user`: another user to run as.
+  void StartPlayer(rlim_t fileSizeLimit = RLIM_INFINITY, const std::string& errors = "/dev/null", uid_t user = 0) {
+    std::filesystem::remove(folder.Path(handOver_));
     player_ = ::fork();
     if (player_ == 0) {
       ::freopen(errors.c_str(), "w", stderr);
       if (fileSizeLimit != RLIM_INFINITY) testing::LimitFileSize(fileSizeLimit);
+      if (user != 0 && (::setgid(user) != 0 || ::setuid(user) != 0)) ::_exit(126);
       ::execl(VREMO_EXECUTABLE, VREMO_EXECUTABLE, static_cast<char*>(nullptr));
       ::_exit(127);
     }
     // The player is up once it has written temp.dat.
-    for (int i = 0; i < 200 && !std::filesystem::exists(folder.Path("home/temp.dat")); ++i) {
+    for (int i = 0; i < 200 && !std::filesystem::exists(folder.Path(handOver_)); ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
   }
@@ -143,7 +144,7 @@ class PlayerProcess : public ::testing::Test {
     return -1;
   }
   std::string Channel() const {
-    const std::string handOver = folder.Read("home/temp.dat");
+    const std::string handOver = folder.Read(handOver_);
     return handOver.substr(0, handOver.find_first_of("\r\n"));
   }
 
@@ -153,6 +154,7 @@ class PlayerProcess : public ::testing::Test {
       "[Setting]\r\nSleep=1\r\nHiSpeed=1\r\nRealHiSpeed=1\r\n";
   TempFolder folder;
   pid_t player_ = -1;
+  std::string handOver_ = "home/temp.dat";  // where the player names its channel
 };
 
 TEST_F(PlayerProcess, ChannelLoadsSeeksHandsOverAndQuits) {
@@ -370,9 +372,11 @@ TEST_F(PlayerFaults, NoSoundDeviceAndTheChannelsPlaceTaken) {
   StartPlayer();
   // The channel goes beside the file, and temp.dat says where.
   EXPECT_EQ(Channel(), folder.Path(own + "-1.sock"));
-  const Output load = Run(std::string("--send \"LLOAD ") + VREMO_DEMO_CHART + "\"");
-  EXPECT_EQ(load.status, 0);
-  EXPECT_EQ(load.text, "POK\nPLENGTH 55538\n");
+  {
+    Partner partner(Channel());
+    partner.Send(std::string("LLOAD ") + VREMO_DEMO_CHART + "\n");
+    EXPECT_TRUE(partner.WaitFor("POK\nPLENGTH 55538\n")) << partner.received();
+  }
   EXPECT_EQ(Run("--send LQUIT").status, 0);
   EXPECT_EQ(WaitForExit(30), 0);
   EXPECT_EQ(folder.Read(own + ".sock"), "user's bytes");
@@ -388,6 +392,38 @@ TEST_F(PlayerFaults, NoSoundDeviceAndTheChannelsPlaceTaken) {
   StartPlayer();
   EXPECT_EQ(Channel(), taken);
   EXPECT_EQ(Run("--send LSTOP").text, "POK\n");
+}
+
+TEST_F(PlayerFaults, AHomeItMayNotWriteIsNamedAndLeftAlone) {
+  // Root writes everywhere: the player runs as nobody, the home stays root's.
+  if (::geteuid() != 0) GTEST_SKIP() << "runs the player as another user";
+  constexpr uid_t kNobody = 65534;
+  ::chmod(folder.Path("home").c_str(), 0700);
+  for (const char* own : {"nobody/run", "nobody/data"}) {
+    std::filesystem::create_directories(folder.Path(own));
+    ASSERT_EQ(::chown(folder.Path(own).c_str(), kNobody, kNobody), 0);
+    ::chmod(folder.Path(own).c_str(), 0700);
+  }
+  ::setenv("XDG_RUNTIME_DIR", folder.Path("nobody/run").c_str(), 1);
+  ::setenv("XDG_DATA_HOME", folder.Path("nobody/data").c_str(), 1);
+  handOver_ = "nobody/data/vremo/temp.dat";
+  StartPlayer(RLIM_INFINITY, folder.Path("errors.txt"), kNobody);
+  Partner partner(Channel());
+  ASSERT_TRUE(partner.connected()) << folder.Read("errors.txt");
+  const std::string song = folder.Write("short.bms", "#PLAYER 1\r\n#BPM 240\r\n#00111:01\r\n#00211:01\r\n");
+  partner.Send("LLOAD " + song + "\n");
+  EXPECT_TRUE(partner.WaitFor("POK\nPLENGTH 2000\n")) << partner.received();
+  partner.Send("LQUIT\n");
+  EXPECT_TRUE(partner.WaitFor("PCLOSE\n")) << partner.received();
+  EXPECT_EQ(WaitForExit(30), 0);
+  EXPECT_NE(folder.Read("errors.txt")
+                .find("vremo: Err: VREMO_HOME " + folder.Path("home") + " is not a writable folder; using " +
+                      folder.Path("nobody/data/vremo")),
+            std::string::npos)
+      << folder.Read("errors.txt");
+  EXPECT_EQ(folder.Read("home/vremo.ini"), kSettings);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path("home")), {}), 1);
+  EXPECT_TRUE(std::filesystem::exists(folder.Path("nobody/data/vremo/vremo.ini")));
 }
 
 }  // namespace
