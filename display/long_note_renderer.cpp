@@ -20,25 +20,25 @@ Colour Darker(Colour colour) {
   return Rgb(r / kBodyShadeDivisor, g / kBodyShadeDivisor, b / kBodyShadeDivisor);
 }
 
-bool IsLongEnd(const ChartObject& object, int32_t channel, NoteKind kind) {
-  return object.channel == channel && object.kind == kind;
-}
-
-// A head's tail: the next object of its lane that is one; -1 when the lane
-// holds no more.
+// A head's tail: the next long-note end of its lane when that is a tail
+// (plain notes in between are passed over); -1 when there is none.
 int32_t LongTailOf(const Chart& chart, int32_t head) {
   const int32_t channel = chart.objects[head].channel;
   for (int32_t i = head + 1; i < chart.objectCount; ++i) {
-    if (IsLongEnd(chart.objects[i], channel, NoteKind::kLongTail)) return i;
+    const ChartObject& object = chart.objects[i];
+    if (object.channel != channel || object.kind == NoteKind::kNote) continue;
+    return object.kind == NoteKind::kLongTail ? i : -1;
   }
   return -1;
 }
 
-// A tail's head, searched backwards; -1 when there is none.
+// A tail's head, the same way backwards.
 int32_t LongHeadOf(const Chart& chart, int32_t tail) {
   const int32_t channel = chart.objects[tail].channel;
   for (int32_t i = tail - 1; i >= 0; --i) {
-    if (IsLongEnd(chart.objects[i], channel, NoteKind::kLongHead)) return i;
+    const ChartObject& object = chart.objects[i];
+    if (object.channel != channel || object.kind == NoteKind::kNote) continue;
+    return object.kind == NoteKind::kLongHead ? i : -1;
   }
   return -1;
 }

@@ -155,6 +155,22 @@ TEST_F(FrameRendererTest, LongNotesAndMinesOfModernCharts) {
   DrawAt(0.0);
   EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(376, 379));
   EXPECT_TRUE(RowsOf(kLane11Column, kWideOrange).empty());
+
+  // Bent, reversed and extreme frames of a held note draw without fault; a
+  // head whose tail is missing keeps its picture and has no body.
+  chart->modern = true;
+  held = kHead;
+  chart->objects[kTail].kind = NoteKind::kNote;
+  for (float hiSpeed : {1e6f, -3.0f, 0.0f, 0.5f}) {
+    settings.hiSpeed = hiSpeed;
+    settings.nazo = settings.accel = settings.reverse = true;
+    for (double cur : {-1e12, 95.0, 650.0, 1e15}) DrawAt(cur);
+  }
+  settings = Settings{};
+  held = kNoPendingNote;
+  DrawAt(0.0);
+  EXPECT_EQ(RowsOf(kLane11Column, kGreatYellow), Span(376, 379));
+  EXPECT_TRUE(RowsOf(kLane11Column, kFreeBlue).empty());
 }
 
 // Judgements and combo line up on the side; a pending note is missed.
