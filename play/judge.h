@@ -32,6 +32,9 @@ inline constexpr int32_t kPendingNoteRange = 40;
 inline constexpr int32_t kMissedNoteDistance = 18;
 inline constexpr int32_t kMissedNoteLateness = 48;
 
+// The far end of the Bad window, inclusive; farther is Poor.
+inline constexpr int32_t kBadWindow = 23;
+
 inline constexpr int32_t kMaxComboDigits = 10;  // a 32-bit combo has at most 10
 
 // 0x00BBGGRR, the colour layout play records store.
