@@ -146,7 +146,8 @@ void PlayEngine::FinishPlay() {
 void PlayEngine::WriteResults() {
   // A score log that cannot be written is skipped; the play still ends.
   AppendScoreLog(scoreLogFolder_, chart_, scores_, settings_);
-  LogScoreFigures(log_, scores_);
+  // Mines move the gauge without a judgement: modern plays show where it ended.
+  LogScoreFigures(log_, scores_, chart_.modern);
   host_.ShowSongInfo(ResultLine(playResult_));
 }
 

@@ -90,6 +90,13 @@ TEST_F(LongNoteTest, MinesHurtAPressedLaneByTheirValueAndNeverInAutomaticPlay) {
   EXPECT_EQ(gauges, (std::vector{14.0f}));  // 22 - 5 - 3
   EXPECT_FLOAT_EQ(players[0].gauge, 0.0f);  // ZZ empties it
   EXPECT_FLOAT_EQ(players[1].gauge, 15.0f);
+  // The figures of a modern play end each player's block with the gauge.
+  const auto p2 = std::find(sink.lines.begin(), sink.lines.end(), "2P -");
+  ASSERT_NE(p2, sink.lines.end());
+  EXPECT_EQ(std::vector<std::string>(p2 - 2, p2 + 6),
+            (std::vector<std::string>{"  Gauge: 0.0%", "    fGreat 0 Great 0 Good 0 Bad 0 Poor 0", "2P -",
+                                      "  J-Pts: 0.0pts", "  Pts: 0pts", "  Ex-Pts: 0pts", "  Gauge: 15.0%",
+                                      "    fGreat 0 Great 0 Good 0 Bad 0 Poor 0"}));
   EXPECT_EQ(Counts(0), (std::vector{0, 0, 0, 0, 0}));
   EXPECT_EQ(players[0].combo + players[1].poor + players[1].fGreat, 0);
   EXPECT_TRUE(sounds.restarts.empty());  // the mines' values are loaded slots, yet nothing sounds
