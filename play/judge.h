@@ -2,7 +2,8 @@
 // Judgement and scoring: how far from its position a note was hit decides
 // fGreat, Great, Good, Bad or Poor, and each judgement moves the player's
 // counts, combo, groove gauge and points. Distances are in chart position
-// units (48 a beat), so the windows narrow in time as the tempo rises.
+// units (48 a beat), so the windows narrow in time as the tempo rises; the
+// modern reading measures them in time, in units at the note's tempo.
 // PlayEngine::JudgeNote (play_engine.h) finds the note's player and distance
 // and calls ApplyJudgement; the renderer reads the ScoreBoard. UI thread only.
 

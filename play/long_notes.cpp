@@ -13,9 +13,11 @@ namespace vremo {
 int32_t PlayEngine::TailOf(int32_t headIndex) const {
   if (headIndex < 0 || headIndex >= chart_.objectCount) return -1;
   const int32_t channel = chart_.objects[headIndex].channel;
+  // Notes the lane carries inside the long note are passed over; another
+  // head first means this one has no tail.
   for (int32_t i = headIndex + 1; i < chart_.objectCount; ++i) {
     const ChartObject& object = chart_.objects[i];
-    if (object.channel != channel) continue;
+    if (object.channel != channel || object.kind == NoteKind::kNote) continue;
     return object.kind == NoteKind::kLongTail ? i : -1;
   }
   return -1;

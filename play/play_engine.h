@@ -3,7 +3,9 @@
 // end against a millisecond clock. Each step converts the time into a chart
 // position and fires what became due (background and key sounds, picture
 // changes, tempo changes, replayed presses); judgement and scoring, seeking
-// and stopping work on the same state.
+// and stopping work on the same state. A chart of the modern reading takes
+// its positions from its timing map (stops hold the position while time
+// runs) and adds held long notes and landmines.
 //
 // The loop is exposed pass by pass so that a driver owns the pacing:
 //   engine.SetPlayPosition(start, true);   // optional; 0 otherwise

@@ -211,7 +211,7 @@ void PlayEngine::FireLaneObject(int32_t index, bool inTime) {
     JudgeNote(index, 0);
   }
   // Automatic play holds the long note down until its tail.
-  if (object.kind == NoteKind::kLongHead && !PlayerHolds())
+  if (object.kind == NoteKind::kLongHead && !PlayerHolds() && TailOf(index) >= 0)
     state_.laneHeldLong[object.channel - kFirstLaneChannel] = index;
 }
 
