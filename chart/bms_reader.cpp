@@ -9,6 +9,8 @@
 #include "chart/chart_compiler.h"
 #include "chart/chart_sort.h"
 #include "chart/chart_text.h"
+#include "chart/load_steps.h"
+#include "chart/modern_reader.h"
 #include "chart/numbers.h"
 
 namespace vremo {
@@ -60,9 +62,9 @@ void LoadSoundSlot(Chart& chart, LoadContext& context, int slot, std::u32string_
 
 }  // namespace
 
-int32_t LoadChart(const std::string& path, Chart& chart, LoadContext& context) {
+bool BeginLoad(const std::string& path, Chart& chart, LoadContext& context) {
   DebugLog& log = context.log;
-  if (!log.CheckExist(path)) return kLoadMissing;
+  if (!log.CheckExist(path)) return false;
   std::string status;
   for (int i = 0; i < kStatusBlankLines; ++i) status += "\r\n";
   log.SetStatusText(status);
@@ -72,29 +74,44 @@ int32_t LoadChart(const std::string& path, Chart& chart, LoadContext& context) {
   chart.directory = DirectoryOf(path);
 
   ClearForLoad(chart);
+  context.media.SetSlotCount(context.options.modernReading ? kMaxMediaSlots : kMediaSlots);
   context.media.PrepareSurfaces();
   log.PutLog("  loading bms...");
+  return true;
+}
 
-  const std::u32string text = PrepareChartText(DecodeChartBytes(ReadFileBytes(path, log)));
-  log.PutLog("  compiling bms & file loading...");
+void BeginChartLines(const std::string& path, Chart& chart, LoadContext& context) {
+  context.log.PutLog("  compiling bms & file loading...");
   chart.path = path;
-  log.PutLog("  VRAM free: " + std::to_string(context.media.FreeVideoMemory()) + "bytes");
+  context.log.PutLog("  VRAM free: " + std::to_string(context.media.FreeVideoMemory()) + "bytes");
+}
 
-  ChartTables tables = TablesOf(chart);
-  PictureLoadResult lastMeasured;
+HeaderHooks MediaHooks(Chart& chart, LoadContext& context, MediaLoadState& state) {
   HeaderHooks hooks;
-  hooks.onWav = [&](int slot, std::u32string_view name) { LoadSoundSlot(chart, context, slot, name); };
-  hooks.onBmp = [&](int slot, std::u32string_view name) {
+  hooks.onWav = [&chart, &context](int slot, std::u32string_view name) { LoadSoundSlot(chart, context, slot, name); };
+  hooks.onBmp = [&chart, &context, &state](int slot, std::u32string_view name) {
     chart.bmpName[slot] = ToUtf8(name);
     if (context.options.noBga) return;
     const bool measure = !EndsWithBmp(name);
     const PictureLoadResult picture = context.media.LoadPicture(slot, chart.directory + chart.bmpName[slot], measure);
     // A BMP file gets the size last measured for another picture type in this
     // load (or 0 x 0): the renderer has always depended on it.
-    if (measure && picture.loaded) lastMeasured = picture;
-    chart.pictureRect[slot] = PictureRect{0, 0, lastMeasured.width, lastMeasured.height};
+    if (measure && picture.loaded) state.lastMeasured = picture;
+    chart.pictureRect[slot] = PictureRect{0, 0, state.lastMeasured.width, state.lastMeasured.height};
   };
-  hooks.onMidiFile = [&log] { log.PutLog("  sorry, MIDIfile is not support."); };
+  hooks.onMidiFile = [&context] { context.log.PutLog("  sorry, MIDIfile is not support."); };
+  return hooks;
+}
+
+int32_t LoadChart(const std::string& path, Chart& chart, LoadContext& context) {
+  if (context.options.modernReading) return LoadModernChart(path, chart, context);
+  if (!BeginLoad(path, chart, context)) return kLoadMissing;
+  const std::u32string text = PrepareChartText(DecodeChartBytes(ReadFileBytes(path, context.log)));
+  BeginChartLines(path, chart, context);
+
+  ChartTables tables = TablesOf(chart);
+  MediaLoadState media;
+  const HeaderHooks hooks = MediaHooks(chart, context, media);
   ForEachChartLine(text, [&](std::u32string_view line) { ReadChartLine(line, tables, &hooks); });
 
   return CompileChart(chart, tables, context);

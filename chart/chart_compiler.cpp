@@ -70,12 +70,28 @@ void AddBarLines(ChartTables& t) {
   }
 }
 
+void SoundChangeTracker::Add(const ChartObject& object, SoundChangeList& changes, CapacityReport& dropped) {
+  if (!IsLaneChannel(object.channel)) return;
+  const int32_t lane = object.channel - kFirstLaneChannel;
+  if (object.value != lastValue_[lane]) {
+    if (*changes.count < kMaxSoundChanges) {
+      KeySoundChange& change = changes.changes[(*changes.count)++];
+      change.channel = object.channel;
+      change.y = static_cast<int32_t>((static_cast<int64_t>(lastY_[lane]) + object.y) / 2);
+      change.value = object.value;
+    } else {
+      ++dropped.droppedSoundChanges;
+    }
+  }
+  lastY_[lane] = object.y;
+  lastValue_[lane] = object.value;
+}
+
 void ScalePositions(ChartTables& t, SoundChangeList* changes) {
   int32_t current = -1;
   int32_t barStart = 0;
   auto lengthOf = [&t](int32_t measure) { return measure < 0 ? 0.0f : t.measureLength[measure]; };
-  std::array<int32_t, kLaneChannelCount> lastY{};
-  std::array<int32_t, kLaneChannelCount> lastValue{};
+  SoundChangeTracker tracker;
   for (int32_t k = 0; k < *t.objectCount; ++k) {
     ChartObject& object = t.objects[k];
     if (object.measure != current) {
@@ -84,35 +100,27 @@ void ScalePositions(ChartTables& t, SoundChangeList* changes) {
       current = object.measure;
     }
     object.y = RoundToInt32(barStart + object.tick * static_cast<double>(lengthOf(current))).value_or(object.y);
-
-    if (changes == nullptr || !IsLaneChannel(object.channel)) continue;
-    const int32_t lane = object.channel - kFirstLaneChannel;
-    if (object.value != lastValue[lane]) {
-      if (*changes->count < kMaxSoundChanges) {
-        KeySoundChange& change = changes->changes[(*changes->count)++];
-        change.channel = object.channel;
-        change.y = static_cast<int32_t>((static_cast<int64_t>(lastY[lane]) + object.y) / 2);
-        change.value = object.value;
-      } else {
-        ++t.dropped.droppedSoundChanges;
-      }
-    }
-    lastY[lane] = object.y;
-    lastValue[lane] = object.value;
+    if (changes != nullptr) tracker.Add(object, *changes, t.dropped);
   }
 }
 
+void FollowTempoChange(TempoEnd& end, const ChartObject& object) {
+  if (object.channel != kChannelTempo) return;
+  const double b = end.tempo;
+  end.offset =
+      end.offset - ((object.y - end.offset) / (b / kMsPerUnitAtBpm1)) * ((object.value - b) / kMsPerUnitAtBpm1);
+  end.tempo = static_cast<int16_t>(object.value);
+}
+
+TempoEnd TempoAtStart(float bpm) {
+  TempoEnd start;
+  start.tempo = RoundToInt16(bpm).value_or(0);
+  return start;
+}
+
 TempoEnd FollowTempoChanges(const ChartObject* objects, int32_t count, float bpm) {
-  TempoEnd end;
-  end.tempo = RoundToInt16(bpm).value_or(0);
-  for (int32_t k = 0; k < count; ++k) {
-    const ChartObject& object = objects[k];
-    if (object.channel != kChannelTempo) continue;
-    const double b = end.tempo;
-    end.offset =
-        end.offset - ((object.y - end.offset) / (b / kMsPerUnitAtBpm1)) * ((object.value - b) / kMsPerUnitAtBpm1);
-    end.tempo = static_cast<int16_t>(object.value);
-  }
+  TempoEnd end = TempoAtStart(bpm);
+  for (int32_t k = 0; k < count; ++k) FollowTempoChange(end, objects[k]);
   return end;
 }
 
@@ -123,15 +131,14 @@ std::optional<int32_t> SongLengthMs(const ChartObject* objects, int32_t count, f
   return RoundToInt32(yLast / unitsPerMs - end.offset / unitsPerMs);
 }
 
-int32_t CompileChart(Chart& chart, ChartTables& t, LoadContext& context) {
-  DebugLog& log = context.log;
+bool PrepareObjectTable(Chart& chart, ChartTables& t, DebugLog& log) {
   if (t.dropped.droppedMeasureLines > 0) {
     log.PutLog("  Err: measure over " + std::to_string(kMaxMeasure) + ": " +
                std::to_string(t.dropped.droppedMeasureLines) + " lines dropped.");
   }
   if (chart.objectCount == 0) {
     log.PutLog("  Err: object not exists.");
-    return 0;
+    return false;
   }
   MakeRoomForBarLines(t);
   if (t.dropped.droppedObjects > 0) {
@@ -143,24 +150,23 @@ int32_t CompileChart(Chart& chart, ChartTables& t, LoadContext& context) {
     chart.sidePlayer[1] = 0;
     chart.totalNotes[0] += chart.totalNotes[1];
   }
+  return true;
+}
 
-  log.PutLog("  adding separator...");
-  AddBarLines(t);
-  log.PutLog("  sorting objects...");
-  SortObjectsByY(chart.objects.data(), chart.objectCount);
-  log.PutLog("  recaliculating objects position...");
-  SoundChangeList changes{chart.soundChanges.data(), &chart.soundChangeCount};
-  ScalePositions(t, &changes);
+void ReportDroppedSoundChanges(const ChartTables& t, DebugLog& log) {
   if (t.dropped.droppedSoundChanges > 0) {
     log.PutLog(DroppedLine("sound change list", kMaxSoundChanges, t.dropped.droppedSoundChanges, "changes"));
   }
+}
 
+int32_t FinishChart(Chart& chart, LoadContext& context, std::optional<int32_t> lengthMs) {
+  DebugLog& log = context.log;
   log.PutLog("BMSLoad complete.");
   if (context.reloadLayout) context.reloadLayout();
 
-  if (auto length = SongLengthMs(chart.objects.data(), chart.objectCount, chart.bpm)) {
-    chart.lengthMs = *length;
-    chart.playLengthMs = *length;
+  if (lengthMs) {
+    chart.lengthMs = *lengthMs;
+    chart.playLengthMs = *lengthMs;
   }
 
   const std::u32string marquee =
@@ -186,6 +192,20 @@ int32_t CompileChart(Chart& chart, ChartTables& t, LoadContext& context) {
   chart.effectiveBpm = chart.bpm * context.options.speedFactor;
   chart.unitsPerMs = chart.effectiveBpm / static_cast<float>(kMsPerUnitAtBpm1);
   return 1;
+}
+
+int32_t CompileChart(Chart& chart, ChartTables& t, LoadContext& context) {
+  DebugLog& log = context.log;
+  if (!PrepareObjectTable(chart, t, log)) return 0;
+  log.PutLog("  adding separator...");
+  AddBarLines(t);
+  log.PutLog("  sorting objects...");
+  SortObjectsByY(chart.objects.data(), chart.objectCount);
+  log.PutLog("  recaliculating objects position...");
+  SoundChangeList changes{chart.soundChanges.data(), &chart.soundChangeCount};
+  ScalePositions(t, &changes);
+  ReportDroppedSoundChanges(t, log);
+  return FinishChart(chart, context, SongLengthMs(chart.objects.data(), chart.objectCount, chart.bpm));
 }
 
 std::vector<std::string> SongInfoLines(const Chart& chart) {

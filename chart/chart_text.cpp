@@ -13,7 +13,8 @@ namespace {
 constexpr char32_t kReplacement = 0xFFFD;
 constexpr std::string_view kUtf8Bom = "\xEF\xBB\xBF";
 
-// Decodes strict UTF-8 (no overlongs, no surrogates); false on any error.
+}  // namespace
+
 bool DecodeUtf8(std::string_view bytes, std::u32string& out) {
   out.clear();
   out.reserve(bytes.size());
@@ -50,16 +51,21 @@ bool DecodeUtf8(std::string_view bytes, std::u32string& out) {
   return true;
 }
 
-// CP932 through glibc iconv; an undecodable byte becomes U+FFFD and the
-// conversion goes on with the next byte. Input and output go through small
-// windows: garbage makes iconv stop at every other byte, and each call must
-// stay cheap (a sanitizer checks both whole buffers on every call).
-std::u32string DecodeCp932(std::string_view bytes) {
+// Input and output go through small windows: garbage makes iconv stop at
+// every other byte, and each call must stay cheap (a sanitizer checks both
+// whole buffers on every call).
+std::u32string DecodeWithIconv(std::string_view bytes, const char* encoding, size_t* errors) {
   std::u32string out;
-  iconv_t cd = iconv_open("UTF-32LE", "CP932");
+  size_t replaced = 0;
+  iconv_t cd = iconv_open("UTF-32LE", encoding);
   if (cd == reinterpret_cast<iconv_t>(-1)) {
     // No converter: keep ASCII, replace the rest.
-    for (char c : bytes) out.push_back(static_cast<unsigned char>(c) < 0x80 ? static_cast<char32_t>(c) : kReplacement);
+    for (char c : bytes) {
+      const bool ascii = static_cast<unsigned char>(c) < 0x80;
+      out.push_back(ascii ? static_cast<char32_t>(c) : kReplacement);
+      replaced += ascii ? 0 : 1;
+    }
+    if (errors != nullptr) *errors = replaced;
     return out;
   }
   out.reserve(bytes.size());
@@ -86,12 +92,16 @@ std::u32string DecodeCp932(std::string_view bytes) {
     if (error == E2BIG) continue;
     // EILSEQ, or a character cut by the end of the text: skip one byte.
     out.push_back(kReplacement);
+    ++replaced;
     ++pos;
   }
   iconv_close(cd);
+  if (errors != nullptr) *errors = replaced;
   return out;
 }
 
+namespace {
+std::u32string DecodeCp932(std::string_view bytes) { return DecodeWithIconv(bytes, "CP932", nullptr); }
 }  // namespace
 
 std::u32string DecodeChartBytes(std::string_view bytes) {

@@ -15,6 +15,12 @@ namespace vremo {
 // byte-order mark is not part of it; undecodable bytes become U+FFFD.
 std::u32string DecodeChartBytes(std::string_view bytes);
 
+// Strict UTF-8 (no overlongs, no surrogates); false on any error.
+bool DecodeUtf8(std::string_view bytes, std::u32string& out);
+// Bytes in an iconv encoding ("CP932", "CP949", ...): an undecodable byte
+// becomes U+FFFD and counts in `errors` (when given).
+std::u32string DecodeWithIconv(std::string_view bytes, const char* encoding, size_t* errors);
+
 std::string ToUtf8(std::u32string_view text);
 std::u32string FromUtf8(std::string_view text);  // assumes valid UTF-8
 

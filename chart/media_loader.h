@@ -28,6 +28,10 @@ class MediaLoader {
   virtual ~MediaLoader() = default;
   // Called once per load, after the chart is cleared.
   virtual void PrepareSurfaces() = 0;
+  // How many slots the chart may name: kMediaSlots ("00"-"FF") for the
+  // classic reading, kMaxMediaSlots for base-36 names. Called before
+  // PrepareSurfaces.
+  virtual void SetSlotCount(int) {}
   virtual int64_t FreeVideoMemory() = 0;
   // Replaces the slot's sound with the file's (the name may need resolving,
   // see media_path.h). A failed load changes nothing: a sound the slot held

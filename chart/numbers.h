@@ -31,6 +31,14 @@ double LeadingNumber(std::u32string_view text);
 // none ("1Z" is 1, "Z1" is 0).
 int32_t LeadingHex(std::u32string_view text);
 
+// Two characters "00"-"ZZ" (either case) as a base-36 number 0-1295; empty
+// when the text is not exactly two such characters.
+std::optional<int32_t> Base36Pair(std::u32string_view text);
+// The same with hexadecimal digits only ("00"-"FF").
+std::optional<int32_t> HexPair(std::u32string_view text);
+// A number 0-1295 as two upper-case base-36 characters.
+std::string Base36Text(int32_t value);
+
 // Shortest text that reads back as the same value, in plain decimals for
 // everyday magnitudes ("150", "0.096", "100000") and with an exponent only
 // for very large or small ones. Finite values only.

@@ -90,7 +90,7 @@ void AudioDevice::RenderBlock(float* out, int frames) {
   MixerCommand command;
   while (commands_.Pop(command)) mixer_->Apply(command);
   mixer_->Render(out, frames);
-  for (int slot = 0; slot < kMixerVoices; ++slot) {
+  for (int slot = 0; slot < kMaxMixerVoices; ++slot) {
     cursors_[slot].store(mixer_->CursorFrames(slot), std::memory_order_relaxed);
   }
 }
@@ -116,7 +116,7 @@ void AudioDevice::FreeRetired() {
 }
 
 void AudioDevice::StartVoice(int slot, std::shared_ptr<const SoundData> sound, int32_t rate, double) {
-  if (slot < 0 || slot >= kMixerVoices || !sound) return;
+  if (slot < 0 || slot >= kMaxMixerVoices || !sound) return;
   if (!Send({.kind = MixerCommand::Kind::kStart,
              .slot = static_cast<int16_t>(slot),
              .sound = sound.get(),
@@ -132,16 +132,17 @@ void AudioDevice::StartVoice(int slot, std::shared_ptr<const SoundData> sound, i
 // A stop lets go of the slot's sound on the audio side, so the hold ends too.
 // When the command cannot be sent the sound stays held (never freed early).
 void AudioDevice::StopVoice(int slot) {
-  if (slot < 0 || slot >= kMixerVoices) return;
+  if (slot < 0 || slot >= kMaxMixerVoices) return;
   if (Send({.kind = MixerCommand::Kind::kStop, .slot = static_cast<int16_t>(slot)})) Retire(std::move(held_[slot]));
 }
 
 void AudioDevice::RewindVoice(int slot) {
-  if (slot >= 0 && slot < kMixerVoices) Send({.kind = MixerCommand::Kind::kRewind, .slot = static_cast<int16_t>(slot)});
+  if (slot >= 0 && slot < kMaxMixerVoices)
+    Send({.kind = MixerCommand::Kind::kRewind, .slot = static_cast<int16_t>(slot)});
 }
 
 void AudioDevice::SetVoiceRate(int slot, int32_t rate) {
-  if (slot < 0 || slot >= kMixerVoices) return;
+  if (slot < 0 || slot >= kMaxMixerVoices) return;
   Send({.kind = MixerCommand::Kind::kSetRate, .slot = static_cast<int16_t>(slot), .rate = static_cast<double>(rate)});
 }
 
@@ -150,13 +151,17 @@ void AudioDevice::StopAllVoices() {
   for (auto& sound : held_) Retire(std::move(sound));
 }
 
+void AudioDevice::SetVoiceCount(int count) {
+  Send({.kind = MixerCommand::Kind::kSetVoiceCount, .slot = static_cast<int16_t>(count)});
+}
+
 void AudioDevice::SetMasterVolume(float gain) {
   masterVolume_ = gain;
   Send({.kind = MixerCommand::Kind::kSetMasterVolume, .rate = static_cast<double>(gain)});
 }
 
 int64_t AudioDevice::VoiceCursorFrames(int slot) const {
-  if (slot < 0 || slot >= kMixerVoices) return 0;
+  if (slot < 0 || slot >= kMaxMixerVoices) return 0;
   return cursors_[slot].load(std::memory_order_relaxed);
 }
 

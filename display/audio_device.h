@@ -55,6 +55,7 @@ class AudioDevice : public SoundOutput {
   void SetVoiceRate(int slot, int32_t rate) override;
   void StopAllVoices() override;
   void SetMasterVolume(float gain) override;
+  void SetVoiceCount(int count) override;
   int64_t VoiceCursorFrames(int slot) const override;
 
  private:
@@ -73,9 +74,9 @@ class AudioDevice : public SoundOutput {
   float masterVolume_ = 1.0f;
   std::unique_ptr<Mixer> mixer_;  // touched by the audio thread while open
   SpscRing<MixerCommand, kCommandRingSize> commands_;
-  std::array<std::atomic<int64_t>, kMixerVoices> cursors_{};
+  std::array<std::atomic<int64_t>, kMaxMixerVoices> cursors_{};
   // UI-thread side of the sounds' lifetime.
-  std::array<std::shared_ptr<const SoundData>, kMixerVoices> held_{};
+  std::array<std::shared_ptr<const SoundData>, kMaxMixerVoices> held_{};
   std::vector<std::pair<uint64_t, std::shared_ptr<const SoundData>>> retired_;
 };
 

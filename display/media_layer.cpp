@@ -57,6 +57,10 @@ MediaLayer::MediaLayer(DebugLog& log, MixerSoundBank* sounds, int64_t budget)
 
 MediaLayer::~MediaLayer() = default;
 
+void MediaLayer::SetSlotCount(int count) {
+  if (sounds_ != nullptr) sounds_->SetSlotCount(count);
+}
+
 void MediaLayer::PrepareSurfaces() {
   pictures_.ReleaseAll();
   if (sounds_ != nullptr) sounds_->BeginLoad();

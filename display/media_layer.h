@@ -51,6 +51,7 @@ class MediaLayer : public MediaLoader {
   // --- MediaLoader (the chart reader, once per #WAVxx / #BMPxx line).
   // Empties the picture slots of the previous chart.
   void PrepareSurfaces() override;
+  void SetSlotCount(int count) override;
   int64_t FreeVideoMemory() override { return memory_.Free(); }
   SoundLoadResult LoadSound(int slot, const std::string& path) override;
   void SetSoundFrequency(int slot, int32_t frequency) override;

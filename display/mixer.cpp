@@ -48,7 +48,12 @@ void Mixer::Apply(const MixerCommand& command) {
     for (Voice& voice : voices_) Silence(voice);
     return;
   }
-  if (command.slot < 0 || command.slot >= kMixerVoices) return;
+  if (command.kind == MixerCommand::Kind::kSetVoiceCount) {
+    voiceCount_ = std::clamp<int>(command.slot, kMixerVoices, kMaxMixerVoices);
+    for (int slot = voiceCount_; slot < kMaxMixerVoices; ++slot) Silence(voices_[slot]);
+    return;
+  }
+  if (command.slot < 0 || command.slot >= voiceCount_) return;
   Voice& voice = voices_[command.slot];
   switch (command.kind) {
     case MixerCommand::Kind::kStart:
@@ -168,11 +173,11 @@ void Mixer::Render(float* out, int64_t frames) {
 }
 
 int64_t Mixer::CursorFrames(int slot) const {
-  if (slot < 0 || slot >= kMixerVoices || !voices_[slot].sounding) return 0;
+  if (slot < 0 || slot >= voiceCount_ || !voices_[slot].sounding) return 0;
   return static_cast<int64_t>(voices_[slot].position >> 32);
 }
 
-bool Mixer::IsSounding(int slot) const { return slot >= 0 && slot < kMixerVoices && voices_[slot].sounding; }
+bool Mixer::IsSounding(int slot) const { return slot >= 0 && slot < voiceCount_ && voices_[slot].sounding; }
 
 int Mixer::SoundingCount() const {
   return static_cast<int>(std::count_if(voices_.begin(), voices_.end(), [](const Voice& v) { return v.sounding; }));

@@ -18,9 +18,10 @@
 
 namespace vremo {
 
-inline constexpr int kMixerVoices = 256;     // one per WAV slot "00" to "FF"
-inline constexpr int kMixerMaxBlock = 1024;  // frames mixed per internal pass
-inline constexpr float kMixHeadroom = 0.5f;  // -6 dB before the limiter
+inline constexpr int kMixerVoices = 256;         // one per WAV slot "00" to "FF"
+inline constexpr int kMaxMixerVoices = 36 * 36;  // base-36 slots "00"-"ZZ" of the modern reading
+inline constexpr int kMixerMaxBlock = 1024;      // frames mixed per internal pass
+inline constexpr float kMixHeadroom = 0.5f;      // -6 dB before the limiter
 inline constexpr float kLimiterCeiling = 0.98f;
 inline constexpr double kLimiterLookaheadMs = 1.0;  // the gain falls to any depth within this
 inline constexpr double kLimiterReleaseMs = 80.0;   // time constant of the gain's recovery
@@ -33,6 +34,7 @@ struct MixerCommand {
     kSetRate,          // playback rate of the slot in Hz
     kStopAll,          // kStop on every slot: afterwards no sound is referenced
     kSetMasterVolume,  // `rate` holds the gain (1 = unchanged)
+    kSetVoiceCount,    // `slot` holds the count (kMixerVoices to kMaxMixerVoices); voices past it stop
   };
   Kind kind = Kind::kStop;
   int16_t slot = 0;
@@ -79,7 +81,8 @@ class Mixer {
 
   int32_t outputRate_;
   int lookahead_;  // frames of look-ahead (and of output delay)
-  std::array<Voice, kMixerVoices> voices_{};
+  std::array<Voice, kMaxMixerVoices> voices_{};
+  int voiceCount_ = kMixerVoices;
   // lookahead_ frames carried from the last block, then the new block's
   // frames: stereo mix (after headroom and volume), and per frame the gain
   // it needs, that gain held over the look-ahead, and a deque of indices.

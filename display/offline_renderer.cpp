@@ -22,7 +22,7 @@ void OfflineRenderer::Queue(int64_t frame, const MixerCommand& command, std::sha
 }
 
 void OfflineRenderer::StartVoice(int slot, std::shared_ptr<const SoundData> sound, int32_t rate, double atMs) {
-  if (slot < 0 || slot >= kMixerVoices || !sound) return;
+  if (slot < 0 || slot >= kMaxMixerVoices || !sound) return;
   const MixerCommand command{.kind = MixerCommand::Kind::kStart,
                              .slot = static_cast<int16_t>(slot),
                              .sound = sound.get(),
@@ -49,6 +49,10 @@ void OfflineRenderer::SetMasterVolume(float gain) {
   QueueNow({.kind = MixerCommand::Kind::kSetMasterVolume, .rate = static_cast<double>(gain)});
 }
 
+void OfflineRenderer::SetVoiceCount(int count) {
+  QueueNow({.kind = MixerCommand::Kind::kSetVoiceCount, .slot = static_cast<int16_t>(count)});
+}
+
 int64_t OfflineRenderer::VoiceCursorFrames(int slot) const { return mixer_.CursorFrames(slot); }
 
 bool OfflineRenderer::AnySounding() const { return !queue_.empty() || mixer_.SoundingCount() > 0; }
@@ -68,7 +72,7 @@ void OfflineRenderer::ApplyQueued(Queued& queued) {
       playing_[slot] = std::move(queued.sound);
       break;
     case MixerCommand::Kind::kStop:
-      if (slot >= 0 && slot < kMixerVoices) playing_[slot].reset();
+      if (slot >= 0 && slot < kMaxMixerVoices) playing_[slot].reset();
       break;
     case MixerCommand::Kind::kStopAll:
       for (auto& sound : playing_) sound.reset();

@@ -70,6 +70,7 @@ class OfflineRenderer : public SoundOutput {
   void SetVoiceRate(int slot, int32_t rate) override;
   void StopAllVoices() override;
   void SetMasterVolume(float gain) override;
+  void SetVoiceCount(int count) override;
   int64_t VoiceCursorFrames(int slot) const override;
 
  private:
@@ -92,7 +93,7 @@ class OfflineRenderer : public SoundOutput {
   int64_t mixed_ = 0;
   int64_t latestFrame_ = 0;  // the latest frame queued or mixed
   std::vector<Queued> queue_;
-  std::array<std::shared_ptr<const SoundData>, kMixerVoices> playing_{};  // what each voice reads
+  std::array<std::shared_ptr<const SoundData>, kMaxMixerVoices> playing_{};  // what each voice reads
 };
 
 }  // namespace vremo

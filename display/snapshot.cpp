@@ -51,8 +51,8 @@ void SnapshotScene::LoadLayout(const std::string& path) {
   DispResize(media_.display().width, media_.display().height, layout_, layoutContext_);
 }
 
-int32_t SnapshotScene::LoadChart(const std::string& path) {
-  LoadOptions options{true, settings_.noBga, settings_.realHiSpeed};
+int32_t SnapshotScene::LoadChart(const std::string& path, std::optional<uint32_t> seed) {
+  LoadOptions options{true, settings_.noBga, settings_.realHiSpeed, settings_.modernReading, seed};
   LoadContext context{log_, media_, options, [this] {
                         layoutContext_.sides = SideSwitchesOf(*chart_);
                         LoadRect(layout_.path, layout_, layoutContext_);
@@ -113,7 +113,7 @@ SnapshotResult RunSnapshot(const SnapshotRequest& request, DebugLog& log, std::o
 
   auto scene = std::make_unique<SnapshotScene>(log, settings, request.width, request.height);
   scene->LoadLayout(request.layoutPath);
-  const int32_t loaded = scene->LoadChart(request.chartPath);
+  const int32_t loaded = scene->LoadChart(request.chartPath, request.seed);
   if (loaded == kLoadMissing) {
     err << "vremo: no such chart: " << request.chartPath << '\n';
     return SnapshotResult::kChartMissing;

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -43,6 +44,7 @@ struct SnapshotRequest {
   // Settings as "NAME=VALUE" (play/settings.h), applied over DEMOMode and
   // UserPlay switched on.
   std::vector<std::string> options;
+  std::optional<uint32_t> seed;  // random blocks of the modern reading
 };
 
 enum class SnapshotResult {
@@ -64,7 +66,7 @@ class SnapshotScene {
   // LoadRect, then DispResize to the scene's size.
   void LoadLayout(const std::string& path);
   // LoadChart's result; the layout is reloaded for the chart's sides.
-  int32_t LoadChart(const std::string& path);
+  int32_t LoadChart(const std::string& path, std::optional<uint32_t> seed = std::nullopt);
   // Plays from the start, automatically (DEMOMode), until the first clock
   // millisecond at which the play reaches `position` or the objects run
   // out. The play timer runs every 10 virtual milliseconds and the judge

@@ -30,7 +30,7 @@ void MixerSoundBank::BeginLoad() {
 int64_t MixerSoundBank::HeldBytesExcept(int slot) const {
   std::set<const SoundData*> counted;
   int64_t bytes = 0;
-  for (int other = 0; other < kMixerVoices; ++other) {
+  for (int other = 0; other < slotCount_; ++other) {
     const SoundData* sound = slots_[other].sound.get();
     if (other != slot && sound != nullptr && counted.insert(sound).second) bytes += DecodedBytes(sound->frames);
   }
@@ -74,6 +74,17 @@ void MixerSoundBank::ReleaseSounds() {
   output_.StopAllVoices();
   for (Slot& entry : slots_) entry = Slot{};
   decoded_.clear();
+}
+
+void MixerSoundBank::SetSlotCount(int count) {
+  const int wanted = std::clamp(count, kMixerVoices, kMaxMixerVoices);
+  if (wanted == slotCount_) return;
+  for (int slot = wanted; slot < slotCount_; ++slot) {
+    if (slots_[slot].sound) output_.StopVoice(slot);
+    slots_[slot] = Slot{};
+  }
+  slotCount_ = wanted;
+  output_.SetVoiceCount(wanted);
 }
 
 const SoundData* MixerSoundBank::Sound(int slot) const { return Valid(slot) ? slots_[slot].sound.get() : nullptr; }

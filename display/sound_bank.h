@@ -59,6 +59,9 @@ class MixerSoundBank : public SoundBank {
   void SetSoundFrequency(int slot, int32_t frequency) { SetFrequency(slot, frequency); }
   // Stops every voice and empties all 256 slots.
   void ReleaseSounds();
+  // The slots a chart may name: kMixerVoices ("00"-"FF"), or up to
+  // kMaxMixerVoices for base-36 names. Slots past the count are emptied.
+  void SetSlotCount(int count);
   void SetMasterVolume(float gain) { output_.SetMasterVolume(gain); }
   // The slot's decoded sound, or nullptr.
   const SoundData* Sound(int slot) const;
@@ -82,14 +85,15 @@ class MixerSoundBank : public SoundBank {
   };
   // A file on disk as it is now: device, inode, size, modification time.
   using FileKey = std::tuple<uint64_t, uint64_t, int64_t, int64_t>;
-  static bool Valid(int slot) { return slot >= 0 && slot < kMixerVoices; }
+  bool Valid(int slot) const { return slot >= 0 && slot < slotCount_; }
   std::shared_ptr<const SoundData> Decode(const std::string& file, int slot);
   int64_t HeldBytesExcept(int slot) const;
 
   SoundOutput& output_;
   DebugLog* log_;
   int64_t limit_;
-  std::array<Slot, kMixerVoices> slots_{};
+  std::array<Slot, kMaxMixerVoices> slots_{};
+  int slotCount_ = kMixerVoices;
   MediaFolderIndex folders_;
   std::map<FileKey, std::weak_ptr<const SoundData>> decoded_;  // this load's files
 };
@@ -100,6 +104,7 @@ class SoundOnlyMediaLoader : public MediaLoader {
  public:
   explicit SoundOnlyMediaLoader(MixerSoundBank& bank) : bank_(bank) {}
   void PrepareSurfaces() override { bank_.BeginLoad(); }
+  void SetSlotCount(int count) override { bank_.SetSlotCount(count); }
   int64_t FreeVideoMemory() override { return 0; }
   SoundLoadResult LoadSound(int slot, const std::string& path) override { return bank_.LoadSound(slot, path); }
   void SetSoundFrequency(int slot, int32_t frequency) override { bank_.SetSoundFrequency(slot, frequency); }

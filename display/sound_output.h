@@ -27,6 +27,9 @@ class SoundOutput {
   virtual void SetVoiceRate(int slot, int32_t rate) = 0;
   virtual void StopAllVoices() = 0;  // and lets go of every sound
   virtual void SetMasterVolume(float gain) = 0;
+  // How many voices the slots use (kMixerVoices, or up to kMaxMixerVoices
+  // for base-36 slots); voices past the count stop.
+  virtual void SetVoiceCount(int count) = 0;
   // Frames of its sound the slot has played; 0 when it is not sounding.
   virtual int64_t VoiceCursorFrames(int slot) const = 0;
 };

@@ -28,6 +28,7 @@ class LoadProgress : public MediaLoader {
       : media_(media), report_(std::move(report)), interval_(interval) {}
 
   void PrepareSurfaces() override { media_.PrepareSurfaces(); }
+  void SetSlotCount(int count) override { media_.SetSlotCount(count); }
   int64_t FreeVideoMemory() override { return media_.FreeVideoMemory(); }
   SoundLoadResult LoadSound(int slot, const std::string& path) override;
   void SetSoundFrequency(int slot, int32_t frequency) override { media_.SetSoundFrequency(slot, frequency); }

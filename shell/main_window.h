@@ -271,6 +271,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   QCheckBox* chkDEMO = nullptr;
   QCheckBox* chkTitle = nullptr;
   QCheckBox* chkAutoHide = nullptr;
+  QCheckBox* chkModern = nullptr;  // the modern reading, on the Notes page
   std::vector<QCheckBox*> chkSet;
   std::vector<QCheckBox*> chkUPSet;
   std::vector<QRadioButton*> optSelSet;

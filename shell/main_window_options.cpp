@@ -135,6 +135,10 @@ QWidget* MainWindow::MakeOptionsPanel() {
     chkUPSet.push_back(check);
     pages[2]->addWidget(check, i / 2, i % 2);
   }
+  chkModern = OptionCheck(tr("Modern reading"), "Setting.ModernReading",
+                          tr("Long notes, stops, #RANDOM blocks, LF line ends, Korean text (from the next load)"));
+  chkModern->setObjectName("chkModern");
+  pages[2]->addWidget(chkModern, static_cast<int>(noteNames.size()) / 2, 0, 1, 2);
   optSelSet[0]->setChecked(true);
   column->addWidget(optionPages);
 

@@ -54,15 +54,18 @@ void MainWindow::timPlay_Timer() {
     SetPlayButtonIcon(true);
     for (QPushButton* button : {cmdPlay, cmdStop, cmdFF, cmdRew, cmdReload}) button->setEnabled(true);
   }
-  if (playTag_ != chart_->path) {
+  // A chart read the other way than the modern-reading switch now says is
+  // read again.
+  if (playTag_ != chart_->path || chart_->modern != settings_.modernReading) {
     picTitle->ShowSongMessage("Now Loading...");
     media_->PrepareSurfaces();
     sounds_.ReleaseSounds();
     LoadProgress progress(*media_, [this](const LoadCounts& counts) { ShowLoadProgress(counts); });
-    LoadContext context{log_, progress, {settings_.noWav, settings_.noBga, settings_.realHiSpeed}, [this] {
-                          layoutContext_->sides = SideSwitchesOf(*chart_);
-                          LoadLayout();
-                        }};
+    LoadContext context{
+        log_, progress, {settings_.noWav, settings_.noBga, settings_.realHiSpeed, settings_.modernReading, {}}, [this] {
+          layoutContext_->sides = SideSwitchesOf(*chart_);
+          LoadLayout();
+        }};
     const int32_t loaded = LoadChart(playTag_, *chart_, context);
     ShowLoadProgress(progress.counts());
     if (loaded != kLoadOk) {

@@ -60,13 +60,19 @@ std::optional<RenderRequest> ParseRenderArgs(const std::vector<std::string>& arg
   std::vector<std::string> plain;
   for (size_t i = 0; i < args.size(); ++i) {
     const std::string& arg = args[i];
-    if (arg == "--option" || arg == "--input") {
+    if (arg == "--option" || arg == "--input" || arg == "--seed") {
       if (i + 1 >= args.size()) {
         err << "vremo: " << arg << " needs a value\n";
         return std::nullopt;
       }
       if (arg == "--option") {
         request.options.push_back(args[++i]);
+      } else if (arg == "--seed") {
+        request.seed = ParseSeed(args[++i]);
+        if (!request.seed) {
+          err << "vremo: bad value for --seed: " << args[i] << '\n';
+          return std::nullopt;
+        }
       } else {
         request.input = args[++i];
       }
@@ -112,6 +118,8 @@ int RunRender(const RenderRequest& request, std::ostream& out, std::ostream& err
   loadOptions.noWav = settings.noWav;
   loadOptions.noBga = true;
   loadOptions.speedFactor = settings.realHiSpeed;
+  loadOptions.modernReading = settings.modernReading;
+  loadOptions.seed = request.seed;
   LoadContext context{log, media, loadOptions, {}};
 
   auto chart = std::make_unique<Chart>();

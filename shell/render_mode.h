@@ -1,5 +1,6 @@
 #pragma once
-// `vremo --render OUT.wav [--option NAME=VALUE]... [--input EVENTS] CHART`:
+// `vremo --render OUT.wav [--option NAME=VALUE]... [--input EVENTS] [--seed N]
+// CHART`:
 // the headless counterpart of a real play. Loads the chart with its sounds,
 // plays it with the play engine against a virtual clock in Sleep-millisecond
 // passes (automatic play unless the options say otherwise), applies scripted
@@ -8,6 +9,7 @@
 // Tool modes start from the settings' defaults, never the user's file, so
 // results are reproducible. Main thread.
 
+#include <cstdint>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -20,6 +22,7 @@ struct RenderRequest {
   std::string chart;
   std::string input;                 // key-event script; empty for none
   std::vector<std::string> options;  // "NAME=VALUE"
+  std::optional<uint32_t> seed;      // random blocks of the modern reading
 };
 
 // Parses the arguments after "--render"; empty with a message on `err`.

@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* kUsage =
     "vremo: usage: vremo --snapshot OUT.png [--at POSITION] [--size WxH] [--layout FILE] [--option NAME=VALUE]... "
-    "CHART\n";
+    "[--seed N] CHART\n";
 
 bool ParseInt(std::string_view text, int32_t& value) {
   const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -32,7 +32,8 @@ int RunSnapshotMode(const std::vector<std::string>& args, std::ostream& out, std
   std::vector<std::string> plain;
   for (size_t i = 0; i < args.size(); ++i) {
     const std::string& arg = args[i];
-    const bool takesValue = arg == "--at" || arg == "--size" || arg == "--layout" || arg == "--option";
+    const bool takesValue =
+        arg == "--at" || arg == "--size" || arg == "--layout" || arg == "--option" || arg == "--seed";
     if (!takesValue) {
       plain.push_back(arg);
       continue;
@@ -49,6 +50,9 @@ int RunSnapshotMode(const std::vector<std::string>& args, std::ostream& out, std
       ok = ParseSize(value, request.width, request.height);
     } else if (arg == "--layout") {
       request.layoutPath = value;
+    } else if (arg == "--seed") {
+      request.seed = ParseSeed(value);
+      ok = request.seed.has_value();
     } else {
       request.options.push_back(value);
     }

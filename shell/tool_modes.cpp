@@ -1,14 +1,17 @@
 // --info, --dump, --help, --version.
 #include "shell/tool_modes.h"
 
+#include <charconv>
 #include <memory>
 
 #include "chart/bms_reader.h"
 #include "chart/chart_compiler.h"
 #include "chart/chart_dump.h"
+#include "play/settings.h"
 #include "shell/render_mode.h"
 #include "shell/send_mode.h"
 #include "shell/snapshot_mode.h"
+#include "shell/timeline_mode.h"
 
 namespace vremo {
 namespace {
@@ -17,7 +20,7 @@ constexpr const char* kVersionText = "Vremo v0.26 release";
 
 constexpr const char* kHelpText =
     "Usage: vremo [OPTIONS] [CHART...]\n"
-    "       vremo --info|--dump|--render|--snapshot|--send|--help|--version ...\n"
+    "       vremo --info|--dump|--timeline|--render|--snapshot|--send|--help|--version ...\n"
     "\n"
     "Player (one per user: a second start hands its command line to the running\n"
     "player, which stops and acts on it, and ends):\n"
@@ -41,6 +44,11 @@ constexpr const char* kHelpText =
     "                    the debug log of the last load and its song lines\n"
     "  --dump CHART...   load the charts likewise and print the last one, compiled,\n"
     "                    as one JSON object\n"
+    "  --timeline [--option NAME=VALUE]... [--seed N] CHART\n"
+    "                    print the time of every object on channels 01, 03, 11-29,\n"
+    "                    51-69, D1-D9 and E1-E9: \"MS<TAB>CHANNEL<TAB>VALUE\" lines,\n"
+    "                    ms from measure 0 with three decimals, sorted by time,\n"
+    "                    channel and value\n"
     "  --render OUT.wav [--option NAME=VALUE]... [--input EVENTS] CHART\n"
     "                    play the chart headless (automatic play unless the options\n"
     "                    say otherwise) and write the mix as a 16-bit stereo WAV;\n"
@@ -56,6 +64,10 @@ constexpr const char* kHelpText =
     "  --version         the program's name and version\n"
     "  Tool modes start from the default settings, never the user's vremo.ini;\n"
     "  NAME is any key of vremo.ini (UserPlay=True, RealHiSpeed=1.5, ...).\n"
+    "  --info, --dump, --timeline, --render and --snapshot take --option\n"
+    "  ModernReading=True (long notes, stops, random blocks, LF line ends, Korean\n"
+    "  text) and --seed N, which fixes the draws of the chart's random blocks\n"
+    "  (without it every load draws anew).\n"
     "\n"
     "Command channel: the player listens on $XDG_RUNTIME_DIR/vremo-UID.sock (else\n"
     "in the private folder /tmp/vremo-UID/, $TMPDIR for /tmp when set), one UTF-8\n"
@@ -95,14 +107,11 @@ int ExitStatusOf(int32_t result) {
 
 // Loads every chart into one Chart, as consecutive loads in the player;
 // only the last load's log lines reach `out` when printLog is set.
-int LoadCharts(const std::vector<std::string>& paths, bool info, std::ostream& out) {
+int LoadCharts(const std::vector<std::string>& paths, const LoadOptions& options, bool info, std::ostream& out) {
   auto chart = std::make_unique<Chart>();
   MemoryLogSink sink;
   DebugLog log(&sink);
   NullMediaLoader media;
-  LoadOptions options;
-  options.noWav = true;
-  options.noBga = true;
   LoadContext context{log, media, options, {}};
   int32_t result = kLoadMissing;
   for (const std::string& path : paths) {
@@ -125,6 +134,43 @@ int LoadCharts(const std::vector<std::string>& paths, bool info, std::ostream& o
 
 }  // namespace
 
+std::optional<uint32_t> ParseSeed(const std::string& text) {
+  uint32_t seed = 0;
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), seed);
+  if (text.empty() || result.ec != std::errc() || result.ptr != text.data() + text.size()) return std::nullopt;
+  return seed;
+}
+
+bool ParseLoadArguments(const std::vector<std::string>& args, LoadArguments& parsed, std::ostream& err) {
+  Settings settings;
+  parsed.options.noWav = true;
+  parsed.options.noBga = true;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    if (arg != "--option" && arg != "--seed") {
+      parsed.paths.push_back(arg);
+      continue;
+    }
+    if (i + 1 >= args.size()) {
+      err << "vremo: " << arg << " needs a value\n";
+      return false;
+    }
+    const std::string& value = args[++i];
+    if (arg == "--seed") {
+      parsed.options.seed = ParseSeed(value);
+      if (!parsed.options.seed) {
+        err << "vremo: bad value for --seed: " << value << '\n';
+        return false;
+      }
+    } else if (!SetOptionText(settings, value)) {
+      err << "vremo: unknown option or bad value: " << value << '\n';
+      return false;
+    }
+  }
+  parsed.options.modernReading = settings.modernReading;
+  return true;
+}
+
 std::optional<int> RunToolMode(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
   if (args.empty()) return std::nullopt;
   const std::string& mode = args[0];
@@ -142,13 +188,15 @@ std::optional<int> RunToolMode(const std::vector<std::string>& args, std::ostrea
   }
   if (mode == "--send") return RunSendMode(args, out, err);
   if (mode == "--snapshot") return RunSnapshotMode(std::vector<std::string>(args.begin() + 1, args.end()), out, err);
+  if (mode == "--timeline") return RunTimelineMode(std::vector<std::string>(args.begin() + 1, args.end()), out, err);
   if (mode == "--info" || mode == "--dump") {
-    const std::vector<std::string> paths(args.begin() + 1, args.end());
-    if (paths.empty()) {
+    LoadArguments parsed;
+    if (!ParseLoadArguments(std::vector<std::string>(args.begin() + 1, args.end()), parsed, err)) return kExitUsage;
+    if (parsed.paths.empty()) {
       err << "vremo: " << mode << " needs at least one chart file\n";
       return kExitUsage;
     }
-    return LoadCharts(paths, mode == "--info", out);
+    return LoadCharts(parsed.paths, parsed.options, mode == "--info", out);
   }
   return std::nullopt;
 }

@@ -190,5 +190,26 @@ TEST_F(SoundBankTest, OneFileForManySlotsIsDecodedOnceAndTheDecodedTotalIsCapped
   EXPECT_EQ(bank.DecodedBytesHeld(), 0);
 }
 
+// Base-36 names ("ZZ" is slot 1295) reach the mixer once a chart asks for
+// them; a classic chart afterwards has 256 slots again.
+TEST_F(SoundBankTest, Base36SlotsPlayOnlyWhileTheChartNamesThem) {
+  const std::string a = WriteLevel("a.wav", 4410);
+  SoundOnlyMediaLoader loader(bank_);
+  MediaLoader& media = loader;
+  EXPECT_FALSE(media.LoadSound(kMaxMixerVoices - 1, a).loaded);
+  media.SetSlotCount(kMaxMixerVoices);
+  ASSERT_TRUE(media.LoadSound(kMaxMixerVoices - 1, a).loaded);
+  bank_.Restart(kMaxMixerVoices - 1, 0.0);
+  renderer_.AdvanceTo(50.0);
+  EXPECT_FLOAT_EQ(LeftAt(100), 0.5f * kMixHeadroom);
+  EXPECT_EQ(bank_.PlayCursor(kMaxMixerVoices - 1), 2205 * 4);
+
+  media.SetSlotCount(kMixerVoices);
+  renderer_.AdvanceTo(60.0);
+  EXPECT_FALSE(bank_.HasSound(kMaxMixerVoices - 1));
+  EXPECT_FALSE(renderer_.AnySounding());
+  EXPECT_FALSE(media.LoadSound(kMixerVoices, a).loaded);
+}
+
 }  // namespace
 }  // namespace vremo

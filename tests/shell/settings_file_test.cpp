@@ -64,6 +64,31 @@ TEST_F(SettingsFile, RoundTripKeepsEveryValueInTheWriteOrder) {
   }
 }
 
+// Options newer than the classic file join it only once the user changed
+// them: a file saved with them untouched keeps every byte.
+TEST_F(SettingsFile, NewerOptionsAreWrittenOnlyOnceSet) {
+  ASSERT_TRUE(WriteSettings(path, Settings{}));
+  const std::string classic = ReadFileBytes(path);
+  EXPECT_EQ(classic.find("ModernReading"), std::string::npos);
+  ASSERT_TRUE(WriteSettings(path, Settings{}));
+  EXPECT_EQ(ReadFileBytes(path), classic);
+
+  Settings modern;
+  ASSERT_TRUE(SetOptionText(modern, "ModernReading=True"));
+  ASSERT_TRUE(WriteSettings(path, modern));
+  const std::string text = ReadFileBytes(path);
+  EXPECT_NE(text.find("WndAutoHide=0\r\nModernReading=True\r\n\r\n[NoteSetting]"), std::string::npos) << text;
+  Settings read;
+  EXPECT_EQ(Read(read), "read");
+  EXPECT_TRUE(read.modernReading);
+
+  // Once in the file the key stays, with its value.
+  ASSERT_TRUE(WriteSettings(path, Settings{}));
+  EXPECT_NE(ReadFileBytes(path).find("WndAutoHide=0\r\nModernReading=False\r\n"), std::string::npos);
+  EXPECT_EQ(Read(read), "read");
+  EXPECT_FALSE(read.modernReading);
+}
+
 TEST_F(SettingsFile, ExistingFileKeepsMissingKeysBadValuesAndCutsLongOnes) {
   folder.Write("vremo.ini", "[Setting]\r\nSleep=10\r\nHiSpeed=abc\r\n");
   Settings settings = UnsetSettings();

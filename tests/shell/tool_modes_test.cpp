@@ -4,6 +4,7 @@
 
 #include <sstream>
 
+#include "chart/control_flow.h"
 #include "tests/chart/chart_fixture.h"
 
 namespace vremo {
@@ -103,6 +104,47 @@ TEST_F(ToolModes, SnapshotSizesStopWhereTheSurfacesDo) {
   const ToolRun wide = RunTool({"--snapshot", png, "--size", "8192x1024", chart});
   EXPECT_EQ(wide.status, kExitLoaded) << wide.err;
   EXPECT_TRUE(std::filesystem::exists(png));
+}
+
+TEST_F(ToolModes, TimelineAndTheModernReadingInEveryLoadingMode) {
+  // LF line ends, a random block and a stop: only the modern reading sees
+  // the objects.
+  const std::string lf = folder.Write("lf.bms",
+                                      "#BPM 120\n#STOP01 96\n#RANDOM 2\n#IF 1\n#00111:01\n#ENDIF\n#IF 2\n"
+                                      "#00112:01\n#ENDIF\n#ENDRANDOM\n#00109:01\n#00201:0G\n#001D1:05");
+  const ToolRun classic = RunTool({"--timeline", lf});
+  EXPECT_EQ(classic.status, kExitNoObject);
+  EXPECT_EQ(classic.err, "vremo: the chart holds no object: " + lf + "\n");
+  const int32_t drawn = ChartRandom(7).Draw(2);
+  const std::string lane = drawn == 1 ? "11" : "12";
+  const ToolRun modern = RunTool({"--timeline", "--option", "ModernReading=True", "--seed", "7", lf});
+  EXPECT_EQ(modern.status, kExitLoaded) << modern.err;
+  EXPECT_EQ(modern.out, "2000.000\t" + lane + "\t01\n2000.000\tD1\t05\n5000.000\t01\t0G\n");
+  EXPECT_EQ(RunTool({"--timeline", "--seed", "7", "--option", "ModernReading=True", lf}).out, modern.out);
+
+  const ToolRun info = RunTool({"--info", "--option", "ModernReading=True", "--seed", "7", lf});
+  EXPECT_EQ(info.status, kExitLoaded);
+  EXPECT_NE(info.out.find("  VRAM free: 0bytes\n  #RANDOM 2 -> " + std::to_string(drawn) + "\n  adding separator...\n"),
+            std::string::npos);
+  EXPECT_NE(info.out.find("* TotalNotes 1:1 2:0\n* length 5000ms, 384pixels\n"), std::string::npos);
+  const std::string wav = (folder.path() / "lf.wav").string();
+  EXPECT_EQ(RunTool({"--render", wav, "--option", "ModernReading=True", "--seed", "7", lf}).status, kExitLoaded);
+  const std::string png = (folder.path() / "lf.png").string();
+  EXPECT_EQ(RunTool({"--snapshot", png, "--option", "ModernReading=True", "--seed", "7", lf}).status, kExitLoaded);
+
+  // The classic timeline: tempos from channel 3, values as hexadecimal.
+  const std::string crlf = Chart("c.bms", {"#BPM 120.4", "#00111:0A00FF00", "#00203:B4", "#00211:01", "#00311:01"});
+  EXPECT_EQ(RunTool({"--timeline", crlf}).out,
+            "2000.000\t11\t0A\n3000.000\t11\tFF\n4000.000\t03\tB4\n4000.000\t11\t01\n5333.333\t11\t01\n");
+
+  EXPECT_EQ(RunTool({"--timeline"}).status, kExitUsage);
+  EXPECT_EQ(RunTool({"--timeline", "--seed", "x", lf}).err, "vremo: bad value for --seed: x\n");
+  EXPECT_EQ(RunTool({"--info", "--option", "NoSuch=1", lf}).status, kExitUsage);
+  EXPECT_EQ(RunTool({"--render", wav, "--seed", "-1", lf}).status, kExitUsage);
+  const ToolRun missing = RunTool({"--timeline", folder.path().string() + "/none.bms"});
+  EXPECT_EQ(missing.status, kExitMissing);
+  EXPECT_EQ(missing.err, "vremo: no such chart: " + folder.path().string() + "/none.bms\n");
+  EXPECT_NE(RunTool({"--help"}).out.find("--timeline [--option NAME=VALUE]... [--seed N] CHART"), std::string::npos);
 }
 
 }  // namespace
