@@ -11,7 +11,6 @@ namespace {
 constexpr int32_t kFGreatWindow = 2;
 constexpr int32_t kGreatWindow = 5;
 constexpr int32_t kGoodWindow = 11;
-constexpr int32_t kBadWindow = 23;
 
 constexpr float kGoodGaugeDivisor = 3.0f;
 constexpr float kBadGaugeFactor = 3.0f;

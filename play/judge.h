@@ -2,7 +2,8 @@
 // Judgement and scoring: how far from its position a note was hit decides
 // fGreat, Great, Good, Bad or Poor, and each judgement moves the player's
 // counts, combo, groove gauge and points. Distances are in chart position
-// units (48 a beat), so the windows narrow in time as the tempo rises.
+// units (48 a beat), so the windows narrow in time as the tempo rises; the
+// modern reading measures them in time, in units at the note's tempo.
 // PlayEngine::JudgeNote (play_engine.h) finds the note's player and distance
 // and calls ApplyJudgement; the renderer reads the ScoreBoard. UI thread only.
 
@@ -31,6 +32,9 @@ inline constexpr float kGaugeMin = 0.0f;
 inline constexpr int32_t kPendingNoteRange = 40;
 inline constexpr int32_t kMissedNoteDistance = 18;
 inline constexpr int32_t kMissedNoteLateness = 48;
+
+// The far end of the Bad window, inclusive; farther is Poor.
+inline constexpr int32_t kBadWindow = 23;
 
 inline constexpr int32_t kMaxComboDigits = 10;  // a 32-bit combo has at most 10
 

@@ -6,30 +6,32 @@
 #include "play/play_engine.h"
 
 namespace vremo {
-namespace {
-
-// The renderer draws objects from this many before the next one, so notes
-// just passed can still be missed.
-
-}  // namespace
 
 void PlayEngine::JudgeNote(int32_t objectIndex, int32_t lateness) {
   if (objectIndex < 0 || objectIndex >= chart_.objectCount) return;
-  ChartObject& object = chart_.objects[objectIndex];
-  const int32_t group = ChannelGroup(object.channel);
-  const int player = chart_.sidePlayer[group] == 0 ? 0 : 1;
   int32_t d = lateness;
   if (lateness == 0) {
-    const auto measured = RoundToInt32(std::fabs(state_.currentPosition - object.y));
+    const auto measured = RoundToInt32(std::fabs(UnitsLate(chart_.objects[objectIndex].y)));
     if (!measured) return;  // a distance past 32 bits cannot be judged
     d = *measured;
   }
+  JudgeAt(objectIndex, d);
+}
+
+int PlayEngine::PlayerOf(int32_t laneChannel) const {
+  return chart_.sidePlayer[ChannelGroup(laneChannel)] == 0 ? 0 : 1;
+}
+
+void PlayEngine::JudgeAt(int32_t objectIndex, int32_t distance) {
+  if (objectIndex < 0 || objectIndex >= chart_.objectCount) return;
+  ChartObject& object = chart_.objects[objectIndex];
+  const int player = PlayerOf(object.channel);
   if (scores_.missFlag) {
     state_.pictureChanged = true;
     scores_.missFlag = false;
   }
   JudgeInput input;
-  input.lateness = d;
+  input.lateness = distance;
   input.gaugeStep = chart_.gaugePerNote[player];
   input.pointsUnit = chart_.pointsPerNote[player];
   input.currentPosition = state_.currentPosition;
@@ -42,10 +44,11 @@ void PlayEngine::ConsiderPendingNote(int32_t objectIndex, int32_t drawnY) {
   if (drawnY <= 0 || !settings_.userPlay) return;
   if (objectIndex < 0 || objectIndex >= chart_.objectCount) return;
   const ChartObject& object = chart_.objects[objectIndex];
-  if (!IsPlayableChannel(object.channel)) return;
+  // A long note's tail is judged by the release, never by a press.
+  if (!IsPlayableChannel(object.channel) || object.kind == NoteKind::kLongTail) return;
   int32_t& pending = state_.lanePendingNote[object.channel - kFirstLaneChannel];
   if (pending != kNoPendingNote || object.done != 0) return;
-  if (std::fabs(object.y - state_.currentPosition) < kPendingNoteRange) pending = objectIndex;
+  if (std::fabs(UnitsLate(object.y)) < kPendingNoteRange) pending = objectIndex;
 }
 
 void PlayEngine::ApplyMissedNotes() {
@@ -53,8 +56,10 @@ void PlayEngine::ApplyMissedNotes() {
   for (int32_t lane = 0; lane < kLaneChannelCount; ++lane) {
     int32_t& pending = state_.lanePendingNote[lane];
     if (pending < 0 || pending >= chart_.objectCount) continue;
-    if (state_.currentPosition - chart_.objects[pending].y < kMissedNoteDistance) continue;
+    if (UnitsLate(chart_.objects[pending].y) < kMissedNoteDistance) continue;
     JudgeNote(pending, kMissedNoteLateness);
+    // A long note whose head was missed cannot be held: its tail goes too.
+    if (chart_.objects[pending].kind == NoteKind::kLongHead) JudgeNote(TailOf(pending), kMissedNoteLateness);
     // By the lane's own side, not the player map: in double play this clears
     // the unused second combo (the Poor already cleared the player's own).
     scores_.players[ChannelGroup(lane + kFirstLaneChannel)].combo = 0;

@@ -53,14 +53,16 @@ void LaneKeyInput::LaneKeyDown(int32_t keyCode) {
   if (!ValidKey(keyCode)) return;
   const int32_t channel = keyMap_[keyCode];
   const int32_t lane = LaneOf(channel);
-  if (lane < 0 || heldLanes_[lane]) return;
-  heldLanes_[lane] = true;
-
   PlayState& state = engine_.state();
+  if (lane < 0 || state.laneKeyDown[lane]) return;
+  state.laneKeyDown[lane] = true;
+
   engine_.RestartSound(state.laneKeySound[lane], engine_.clock().TickCount());
-  if (state.lanePendingNote[lane] != kNoPendingNote) {
-    engine_.JudgeNote(state.lanePendingNote[lane], 0);
+  const int32_t pending = state.lanePendingNote[lane];
+  if (pending != kNoPendingNote) {
+    engine_.JudgeNote(pending, 0);
     state.lanePendingNote[lane] = kNoPendingNote;
+    engine_.HoldLongNote(pending);
   }
   if (!engine_.settings().userRec) return;
   PlayRecordEntry entry;
@@ -76,14 +78,16 @@ void LaneKeyInput::KeyUp(int32_t keyCode) {
   if (!ValidKey(keyCode)) return;
   heldKeys_[keyCode] = false;
   const int32_t lane = LaneOf(keyMap_[keyCode]);
-  if (lane >= 0) heldLanes_[lane] = false;
+  if (lane < 0) return;
+  engine_.state().laneKeyDown[lane] = false;
+  engine_.LaneReleased(lane);
 }
 
 bool LaneKeyInput::KeyHeld(int32_t keyCode) const { return ValidKey(keyCode) && heldKeys_[keyCode]; }
 
 bool LaneKeyInput::LaneHeld(int32_t channel) const {
   const int32_t lane = LaneOf(channel);
-  return lane >= 0 && heldLanes_[lane];
+  return lane >= 0 && engine_.state().laneKeyDown[lane];
 }
 
 }  // namespace vremo

@@ -43,7 +43,8 @@ class LaneKeyInput {
   void LaneKeyDown(int32_t keyCode);
   // Both, for callers without hot keys.
   void KeyDown(int32_t keyCode);
-  // Releases the key and, when it has a lane, the lane.
+  // Releases the key and, when it has a lane, the lane (which lets go of a
+  // long note the lane holds).
   void KeyUp(int32_t keyCode);
 
   bool KeyHeld(int32_t keyCode) const;
@@ -53,7 +54,6 @@ class LaneKeyInput {
   PlayEngine& engine_;
   const KeyMap& keyMap_;
   std::array<bool, kKeyCodeCount> heldKeys_{};
-  std::array<bool, kLaneChannelCount> heldLanes_{};
 };
 
 }  // namespace vremo

@@ -3,7 +3,9 @@
 // end against a millisecond clock. Each step converts the time into a chart
 // position and fires what became due (background and key sounds, picture
 // changes, tempo changes, replayed presses); judgement and scoring, seeking
-// and stopping work on the same state.
+// and stopping work on the same state. A chart of the modern reading takes
+// its positions from its timing map (stops hold the position while time
+// runs) and adds held long notes and landmines.
 //
 // The loop is exposed pass by pass so that a driver owns the pacing:
 //   engine.SetPlayPosition(start, true);   // optional; 0 otherwise
@@ -72,6 +74,15 @@ struct PlayState {
   // Modern reading: the head of the long note each lane holds down, or
   // kNoPendingNote. The renderer shortens that note's body from below.
   std::array<int32_t, kLaneChannelCount> laneHeldLong{};
+  // Lanes whose key is down now (LaneKeyInput keeps them; mines read them).
+  std::array<bool, kLaneChannelCount> laneKeyDown{};
+
+  // Modern reading: the clock runs on the chart's timing map. chartMs is the
+  // map's time now, elapsed x speed + chartMsOffset; speed is RealHiSpeed as
+  // the clock was last set.
+  double chartMs = 0.0;
+  double chartMsOffset = 0.0;
+  double speed = 1.0;
 
   int32_t basePicture = kNoPicture;
   int32_t layerPicture = kNoPicture;
@@ -123,6 +134,13 @@ class PlayEngine {
   double ClockTimeOf(double position) const;
   // Restarts a slot's sound when the slot holds one.
   void RestartSound(int32_t slot, double atMs);
+  // Units by which the play is past position y now (negative before it): in
+  // position for the classic reading; for the modern one the time to y's
+  // moment, in units at the tempo there, so stops count as time.
+  double UnitsLate(double y) const;
+  // The RealHiSpeed list changed to `factor` (not 0): a running play goes on
+  // at the new speed.
+  void ChangeSpeed(double factor);
 
   // --- Seeking and stopping (seek.cpp).
   // By position: target is a chart position. Otherwise target is a measure
@@ -141,6 +159,14 @@ class PlayEngine {
   // exactly as the renderer runs them; for drivers without a renderer.
   void RunJudgeBookkeeping(int32_t nextObjectIndex, int32_t drawHeight);
 
+  // --- Long notes and landmines (long_notes.cpp), modern reading only.
+  // A press judged the note at `objectIndex`: a long-note head is held.
+  void HoldLongNote(int32_t objectIndex);
+  // The lane's key went up: a held long note's tail is judged by the release.
+  void LaneReleased(int32_t lane);
+  // The long-note tail that ends the head at `headIndex`, or -1.
+  int32_t TailOf(int32_t headIndex) const;
+
   PlayState& state() { return state_; }
   const PlayState& state() const { return state_; }
   ScoreBoard& scores() { return scores_; }
@@ -158,7 +184,22 @@ class PlayEngine {
   void SetTempo(double scaledTempo);
   // The tick at which this step's clock formula reached `position`.
   double StepTimeOf(double position) const;
+  // Whether the step has reached y (objects at y fire), and whether it is
+  // past y (the key-sound schedule and the record wait one step at y).
+  bool Reached(double y) const;
+  bool Passed(double y) const;
+  // The modern clock at the map's time `ms`, at RealHiSpeed.
+  void SetModernClock(double ms);
   void FireObject(int32_t index);
+  void FireLaneObject(int32_t index, bool inTime);
+  void FireLongTail(int32_t index);
+  void FireMine(const ChartObject& mine);
+  // The player (0 or 1) a lane channel counts for.
+  int PlayerOf(int32_t laneChannel) const;
+  // Judges with `distance` units exactly as given (0 included).
+  void JudgeAt(int32_t objectIndex, int32_t distance);
+  // The player's own keys hold long notes and meet mines (user play, no DEMO).
+  bool PlayerHolds() const { return settings_.userPlay && !settings_.demoMode; }
   void ApplySoundChanges();
   void ReplayRecord();
   void SetSeekBar();

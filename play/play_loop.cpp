@@ -50,7 +50,12 @@ void PlayEngine::StartPlay() {
   }
   if (settings_.userRec) record_.StartRecording();
   state_.positionOffset = 0;
-  SetTempo(static_cast<double>(chart_.bpm) * settings_.realHiSpeed);
+  if (chart_.modern) {
+    // The clock stays where the seek put it, with the tempo found there.
+    SetTempo(chart_.timing.TempoAt(state_.currentPosition) * state_.speed);
+  } else {
+    SetTempo(static_cast<double>(chart_.bpm) * settings_.realHiSpeed);
+  }
   state_.nextRecordEntry = 0;
   scores_.ResetPlayers();
   log_.PutLog("  playloop start");
@@ -146,7 +151,8 @@ void PlayEngine::WriteResults() {
   if (!AppendScoreLog(scoreLogFolder_, chart_, scores_, settings_)) {
     log_.PutLog(FileWriteErrorLine(std::string(kScoreLogFileName), errno));
   }
-  LogScoreFigures(log_, scores_);
+  // Mines move the gauge without a judgement: modern plays show where it ended.
+  LogScoreFigures(log_, scores_, chart_.modern);
   host_.ShowSongInfo(ResultLine(playResult_));
 }
 

@@ -133,7 +133,7 @@ bool AppendScoreLog(const std::string& folder, const Chart& chart, const ScoreBo
   return ok;
 }
 
-void LogScoreFigures(DebugLog& log, const ScoreBoard& scores) {
+void LogScoreFigures(DebugLog& log, const ScoreBoard& scores, bool withGauge) {
   log.PutLog(kResultRule);
   for (int p = 0; p < 2; ++p) {
     const PlayerScore& s = scores.players[p];
@@ -141,6 +141,7 @@ void LogScoreFigures(DebugLog& log, const ScoreBoard& scores) {
     log.PutLog(JPtsLine(s));
     log.PutLog(PtsLine(s));
     log.PutLog(ExPtsLine(s));
+    if (withGauge) log.PutLog("  Gauge: " + FormatNumber(s.gauge, 1, 1) + "%");
     log.PutLog("    " + Counts(s));
   }
   log.PutLog(kResultRule);

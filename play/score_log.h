@@ -33,8 +33,9 @@ std::vector<std::string> ScoreLogLines(const Chart& chart, const ScoreBoard& sco
 // saying why, when the file could not be opened or written.
 bool AppendScoreLog(const std::string& folder, const Chart& chart, const ScoreBoard& scores, const Settings& settings);
 
-// The figures in the debug log, between two rules.
-void LogScoreFigures(DebugLog& log, const ScoreBoard& scores);
+// The figures in the debug log, between two rules; with the gauge each
+// player ended on ("  Gauge: 43.3%") when asked.
+void LogScoreFigures(DebugLog& log, const ScoreBoard& scores, bool withGauge = false);
 
 // "J-Pts: " + the play result formatted "0.0" + "pts".
 std::string ResultLine(double playResult);

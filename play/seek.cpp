@@ -13,6 +13,7 @@ void PlayEngine::SetPlayPosition(int32_t& target, bool byPosition) {
     return;
   }
   SetTempo(static_cast<double>(chart_.bpm) * settings_.realHiSpeed);
+  state_.laneHeldLong.fill(kNoPendingNote);  // a seek lets go of long notes
   state_.nextSoundChange = 0;
   state_.nextObject = 0;
   state_.positionOffset = 0;
@@ -25,7 +26,8 @@ void PlayEngine::SetPlayPosition(int32_t& target, bool byPosition) {
   for (; i < chart_.objectCount; ++i) {
     const ChartObject& object = chart_.objects[i];
     if (byPosition ? object.y >= target : (object.channel == kChannelBarLine && object.measure == target)) break;
-    if (object.channel != kChannelTempo) continue;
+    // The modern clock takes its tempos from the timing map.
+    if (object.channel != kChannelTempo || chart_.modern) continue;
     const double elapsedAtChange = (object.y - static_cast<double>(state_.positionOffset)) / state_.rate;
     const double shift = (object.value - static_cast<double>(state_.scaledTempo)) / kMsPerUnitAtBpm1 * elapsedAtChange;
     state_.positionOffset = RoundToInt32(state_.positionOffset - shift).value_or(state_.positionOffset);
@@ -36,6 +38,12 @@ void PlayEngine::SetPlayPosition(int32_t& target, bool byPosition) {
   // it is not too late.
   if (i > 0) state_.nextObject = i - 1;
 
+  if (chart_.modern) {
+    SetModernClock(chart_.timing.TimeAt(target));
+    state_.currentPosition = target;
+    ShowPlayStatus();
+    return;
+  }
   const int32_t now = clock_.TickCount();
   const double back = (target - static_cast<double>(state_.positionOffset)) / state_.rate;
   state_.startTick = RoundToInt32(now - back).value_or(state_.startTick);

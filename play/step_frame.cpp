@@ -1,6 +1,7 @@
 // One clock step: the time becomes a chart position, and everything that
 // became due fires; the status line.
 #include <algorithm>
+#include <cmath>
 
 #include "chart/numbers.h"
 #include "play/number_format.h"
@@ -15,6 +16,9 @@ constexpr int32_t kMsPerSecond = 1000;
 constexpr int kSecondsDigits = 2;
 // Scroll factor = tempo / 240 x 192: pixels per second of a standard measure.
 constexpr double kScrollTempoDivisor = 240.0;
+// Times on the modern map are sums of fractions: an object whose time equals
+// the step's to within this is reached.
+constexpr double kModernTimeSlackMs = 1e-6;
 
 }  // namespace
 
@@ -39,6 +43,7 @@ void PlayEngine::SetTempo(double scaledTempo) {
 }
 
 double PlayEngine::ClockTimeOf(double position) const {
+  if (chart_.modern) return StepTimeOf(position);
   if (state_.rate == 0.0f) return clock_.TickCount();
   return state_.startTick + (position - state_.positionOffset) / state_.rate;
 }
@@ -46,8 +51,59 @@ double PlayEngine::ClockTimeOf(double position) const {
 // A tempo change fired in this step must not move the time of the objects
 // after it in the same step: they were reached under the step's own formula.
 double PlayEngine::StepTimeOf(double position) const {
+  if (chart_.modern) return state_.startTick + (chart_.timing.TimeAt(position) - state_.chartMsOffset) / state_.speed;
   if (stepRate_ == 0.0f) return clock_.TickCount();
   return state_.startTick + (position - stepOffset_) / stepRate_;
+}
+
+bool PlayEngine::Reached(double y) const {
+  if (!chart_.modern) return y <= state_.currentPosition;
+  return chart_.timing.TimeAt(y) <= state_.chartMs + kModernTimeSlackMs;
+}
+
+bool PlayEngine::Passed(double y) const {
+  if (!chart_.modern) return y < state_.currentPosition;
+  return chart_.timing.TimeAt(y) < state_.chartMs - kModernTimeSlackMs;
+}
+
+double PlayEngine::UnitsLate(double y) const {
+  if (!chart_.modern) return state_.currentPosition - y;
+  return (state_.chartMs - chart_.timing.TimeAt(y)) / MsPerUnit(chart_.timing.TempoAt(y));
+}
+
+void PlayEngine::SetModernClock(double ms) {
+  const float factor = settings_.realHiSpeed;
+  // A speed that would stall or reverse the clock plays at the normal speed.
+  state_.speed = factor > 0.0f && std::isfinite(factor) ? factor : 1.0;
+  const int32_t now = clock_.TickCount();
+  state_.startTick = RoundToInt32(now - ms / state_.speed).value_or(state_.startTick);
+  state_.elapsed = TicksBetween(now, state_.startTick);
+  state_.chartMsOffset = ms - state_.elapsed * state_.speed;
+  state_.chartMs = ms;
+  state_.currentPosition = chart_.timing.PositionAt(ms);
+  SetTempo(chart_.timing.TempoAt(state_.currentPosition) * state_.speed);
+}
+
+void PlayEngine::ChangeSpeed(double factor) {
+  if (!state_.running || factor == 0.0) return;
+  if (chart_.modern) {
+    const double speed = factor > 0.0 && std::isfinite(factor) ? factor : 1.0;
+    // The map's time goes on from where it is.
+    state_.chartMsOffset += (state_.speed - speed) * state_.elapsed;
+    state_.speed = speed;
+    SetTempo(chart_.timing.TempoAt(state_.currentPosition) * speed);
+    return;
+  }
+  // Against the chart's first tempo, not the one in force: after a tempo
+  // change the position moves as well.
+  const double tempo = static_cast<double>(chart_.bpm) * factor;
+  if (auto offset =
+          RoundToInt32(state_.positionOffset - (tempo - state_.scaledTempo) / kMsPerUnitAtBpm1 * state_.elapsed)) {
+    state_.positionOffset = *offset;
+  }
+  state_.scaledTempo = static_cast<float>(tempo);
+  state_.rate = static_cast<float>(tempo / kMsPerUnitAtBpm1);
+  state_.scrollFactor = static_cast<float>(tempo / kScrollTempoDivisor * kUnitsPerMeasure);
 }
 
 void PlayEngine::RestartSound(int32_t slot, double atMs) {
@@ -59,7 +115,13 @@ void PlayEngine::StepFrame() {
   if (state_.dragging) return;
   const int32_t now = clock_.TickCount();
   state_.elapsed = TicksBetween(now, state_.startTick);
-  state_.currentPosition = state_.elapsed * static_cast<double>(state_.rate) + state_.positionOffset;
+  if (chart_.modern) {
+    state_.chartMs = state_.elapsed * state_.speed + state_.chartMsOffset;
+    state_.currentPosition = chart_.timing.PositionAt(state_.chartMs);
+    SetTempo(chart_.timing.TempoAt(state_.currentPosition) * state_.speed);
+  } else {
+    state_.currentPosition = state_.elapsed * static_cast<double>(state_.rate) + state_.positionOffset;
+  }
   stepRate_ = state_.rate;
   stepOffset_ = state_.positionOffset;
 
@@ -73,7 +135,7 @@ void PlayEngine::StepFrame() {
 
   ApplySoundChanges();
   if (settings_.playRec) ReplayRecord();
-  while (state_.nextObject < chart_.objectCount && chart_.objects[state_.nextObject].y <= state_.currentPosition) {
+  while (state_.nextObject < chart_.objectCount && Reached(chart_.objects[state_.nextObject].y)) {
     FireObject(state_.nextObject);
     ++state_.nextObject;
   }
@@ -83,7 +145,7 @@ void PlayEngine::StepFrame() {
 
 void PlayEngine::ApplySoundChanges() {
   const int32_t count = std::min(chart_.soundChangeCount, kMaxSoundChanges);
-  while (state_.nextSoundChange < count && chart_.soundChanges[state_.nextSoundChange].y < state_.currentPosition) {
+  while (state_.nextSoundChange < count && Passed(chart_.soundChanges[state_.nextSoundChange].y)) {
     const KeySoundChange& change = chart_.soundChanges[state_.nextSoundChange];
     const int32_t lane = change.channel - kFirstLaneChannel;
     if (lane >= 0 && lane < kLaneChannelCount) state_.laneKeySound[lane] = change.value;
@@ -94,17 +156,16 @@ void PlayEngine::ApplySoundChanges() {
 void PlayEngine::ReplayRecord() {
   // Entries lost to an overflowing recording end the replay.
   const int32_t count = record_.StoredCount();
-  while (state_.nextRecordEntry < count && record_.Entry(state_.nextRecordEntry).position < state_.currentPosition) {
+  while (state_.nextRecordEntry < count && Passed(record_.Entry(state_.nextRecordEntry).position)) {
     const PlayRecordEntry& entry = record_.Entry(state_.nextRecordEntry);
-    if (state_.currentPosition - entry.position < kLateSoundLimit)
-      RestartSound(entry.sound, StepTimeOf(entry.position));
+    if (UnitsLate(entry.position) < kLateSoundLimit) RestartSound(entry.sound, StepTimeOf(entry.position));
     ++state_.nextRecordEntry;
   }
 }
 
 void PlayEngine::FireObject(int32_t index) {
   ChartObject& object = chart_.objects[index];
-  const double lateness = state_.currentPosition - object.y;
+  const double lateness = UnitsLate(object.y);
   state_.lastLateness = RoundToInt32(lateness).value_or(state_.lastLateness);
   const bool inTime = lateness < kLateSoundLimit;
   const int32_t channel = object.channel;
@@ -124,20 +185,34 @@ void PlayEngine::FireObject(int32_t index) {
   } else if (channel == kChannelBgaLayer) {
     state_.layerPicture = object.value;
     state_.pictureChanged = true;
-  } else if (channel == kChannelTempo) {
+  } else if (channel == kChannelTempo && !chart_.modern) {
     // The raw value against the scaled tempo: continuous at RealHiSpeed 1,
     // a jump otherwise, which SetPlayPosition reproduces.
     const double shift = (object.value - static_cast<double>(state_.scaledTempo)) / kMsPerUnitAtBpm1 * state_.elapsed;
     state_.positionOffset = RoundToInt32(state_.positionOffset - shift).value_or(state_.positionOffset);
     SetTempo(object.value * static_cast<double>(settings_.realHiSpeed));
   } else if (IsPlayableChannel(channel)) {
-    if (settings_.playKeySound && inTime) RestartSound(object.value, StepTimeOf(object.y));
-    if (settings_.demoMode) {
-      if (inTime) RestartSound(object.value, StepTimeOf(object.y));
-      state_.lanePendingNote[channel - kFirstLaneChannel] = kNoPendingNote;
-      JudgeNote(index, 0);
-    }
+    FireLaneObject(index, inTime);
+  } else if (chart_.modern && IsPlayableChannel(channel - kMineChannelOffset)) {
+    FireMine(object);
   }
+}
+
+void PlayEngine::FireLaneObject(int32_t index, bool inTime) {
+  const ChartObject& object = chart_.objects[index];
+  if (object.kind == NoteKind::kLongTail) {  // silent: the head sounded
+    FireLongTail(index);
+    return;
+  }
+  if (settings_.playKeySound && inTime) RestartSound(object.value, StepTimeOf(object.y));
+  if (settings_.demoMode) {
+    if (inTime) RestartSound(object.value, StepTimeOf(object.y));
+    state_.lanePendingNote[object.channel - kFirstLaneChannel] = kNoPendingNote;
+    JudgeNote(index, 0);
+  }
+  // Automatic play holds the long note down until its tail.
+  if (object.kind == NoteKind::kLongHead && !PlayerHolds() && TailOf(index) >= 0)
+    state_.laneHeldLong[object.channel - kFirstLaneChannel] = index;
 }
 
 std::string PlayEngine::PlayStatusText() const {

@@ -180,16 +180,7 @@ void MainWindow::DrawIdleFrame() {
 void MainWindow::cmbFreq_Change() {
   const auto factor = ParseNumber(FromUtf8(cmbFreq->currentText().toStdString()));
   if (!factor || *factor == 0.0) return;
-  PlayState& state = engine_->state();
-  const double tempo = static_cast<double>(chart_->bpm) * *factor;
-  if (state.running) {
-    if (auto offset = RoundToInt32(state.positionOffset - (tempo - state.scaledTempo) / 1250.0 * state.elapsed)) {
-      state.positionOffset = *offset;
-    }
-    state.scaledTempo = static_cast<float>(tempo);
-    state.rate = static_cast<float>(tempo / 1250.0);
-    state.scrollFactor = static_cast<float>(tempo / 240.0 * 192.0);
-  }
+  engine_->ChangeSpeed(*factor);
   settings_.realHiSpeed = static_cast<float>(*factor);
   for (int slot = 0; slot < kMaxMediaSlots; ++slot) {
     if (!sounds_.HasSound(slot)) continue;

@@ -1,4 +1,5 @@
 #include "play/judge.h"
+#include "play/lane_keys.h"
 
 #include <gtest/gtest.h>
 
@@ -142,6 +143,34 @@ TEST_F(JudgeNoteTest, PendingNotesAreTakenWithin40AndMissedAt18) {
   AddObject(*chart, 1100, 12, 1);
   StepAt(1090);
   EXPECT_EQ(engine.state().lanePendingNote[1], kNoPendingNote);
+}
+
+// The modern map: tempo 125 (10 ms a unit), a stop of 96 units at 96 (960 to 1920 ms), 156.25 (8 ms a unit)
+// from 192. Notes at 100 (1960 ms), 200 (2944 ms) and 208 (3008 ms).
+TEST_F(JudgeNoteTest, ModernDistancesAreTimesInUnitsAtTheNotesTempo) {
+  testing::MakeModern(*chart, 125.0);
+  chart->timing.AddStop(96, 96);
+  chart->timing.AddTempo(192, 156.25);
+  AddObjects(*chart, {{100, 11, 1}, {192, kChannelTempo, 156}, {200, 12, 1}, {208, 13, 1}});
+  KeyMap map = DefaultKeyMap();
+  LaneKeyInput keys{engine, map};
+  engine.StartPlay();
+  const PlayState& s = engine.state();
+  StepAndJudge(1500);  // 4 units away in position, 46 in time: not pending yet
+  EXPECT_EQ(s.lanePendingNote[0], kNoPendingNote);
+  StepAndJudge(1561);
+  EXPECT_EQ(s.lanePendingNote[0], 0);
+  StepAndJudge(1900);  // still in the stop: early by the 20 ms left of it and 40 ms of travel
+  keys.KeyDown('Z');
+  StepAndJudge(2960);  // 48 ms early at 8 ms a unit
+  keys.KeyDown('X');
+  StepAndJudge(3087);
+  EXPECT_EQ(s.lanePendingNote[1], 2);
+  StepAndJudge(3088);  // 18 units late
+  const PlayerScore& score = engine.scores().players[0];
+  EXPECT_EQ((std::vector{score.fGreat, score.great, score.good, score.bad, score.poor}), (std::vector{0, 0, 2, 0, 1}));
+  EXPECT_FLOAT_EQ(score.jPts, -36.0f);
+  EXPECT_EQ(s.lanePendingNote[1], kNoPendingNote);
 }
 
 }  // namespace

@@ -152,4 +152,23 @@ inline void AddObjects(Chart& chart, std::initializer_list<Placed> objects) {
   for (const Placed& o : objects) AddObject(chart, o.y, o.channel, o.value, o.measure);
 }
 
+// A chart filled by hand that plays by the modern reading, its timing map
+// starting at `bpm` (add tempo changes and stops to chart.timing), one gauge
+// step and one point a note on each side.
+inline void MakeModern(Chart& chart, double bpm) {
+  chart.modern = true;
+  chart.bpm = static_cast<float>(bpm);
+  chart.timing.Reset(bpm);
+  chart.sidePlayer = {0, 1};
+  chart.gaugePerNote = {1.0f, 1.0f};
+  chart.pointsPerNote = {1.0, 1.0};
+}
+// Appends a long note's head and tail (keep them in position order with the rest).
+inline void AddLongNote(Chart& chart, int32_t headY, int32_t tailY, int32_t channel, int32_t value) {
+  AddObject(chart, headY, channel, value);
+  chart.objects[chart.objectCount - 1].kind = NoteKind::kLongHead;
+  AddObject(chart, tailY, channel, value);
+  chart.objects[chart.objectCount - 1].kind = NoteKind::kLongTail;
+}
+
 }  // namespace vremo::testing

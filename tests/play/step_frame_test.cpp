@@ -7,6 +7,7 @@ namespace {
 
 using testing::AddObject;
 using testing::AddObjects;
+using testing::MakeModern;
 using testing::SoundCall;
 
 // Rate 1 (tempo 1250): a position is the milliseconds since the start.
@@ -158,6 +159,72 @@ TEST_F(StepFrameTest, PlayTimerSmoothsTheGaugeAndStepsWhileRunning) {
   engine.PlayTimerProc();
   EXPECT_FALSE(engine.PlayTimerActive());
   EXPECT_EQ(host.timerKills, 1);
+}
+
+// The modern map: tempo 125 (10 ms a unit), a stop of 96 units (960 ms) at 96, a change to 156.25 (8 ms a
+// unit) at 192. Background sounds at 96, 100 and 288 come at 960, 1960 and 3648 ms.
+class ModernClockTest : public testing::PlayFixture {
+ protected:
+  void SetUp() override {
+    MakeModern(*chart, 125.0);
+    chart->timing.AddStop(96, 96);
+    chart->timing.AddTempo(192, 156.25);
+    AddObjects(*chart, {{96, kChannelBackgroundSound, 1},
+                        {100, kChannelBackgroundSound, 2},
+                        {192, kChannelTempo, 156},
+                        {288, kChannelBackgroundSound, 3}});
+  }
+  void StartAt(int32_t tick) {
+    clock.Set(tick);
+    Seek(0);
+    engine.StartPlay();
+  }
+};
+
+TEST_F(ModernClockTest, StopsHoldThePositionAndEverySoundComesAtItsExactTime) {
+  settings.playRec = true;
+  engine.record().Assign({PlayRecordEntry{0, 96, 0, 11, 7, 0}}, 1);  // pressed during the stop
+  StartAt(0);
+  const PlayState& s = engine.state();
+  StepAt(959);
+  EXPECT_TRUE(sounds.restarts.empty());
+  StepAt(960);
+  StepAt(965);
+  StepAt(1500);
+  EXPECT_EQ(std::pair(s.currentPosition, s.scaledTempo), std::pair(96.0, 125.0f));
+  StepAt(1959);
+  EXPECT_NEAR(s.currentPosition, 99.9, 1e-9);
+  EXPECT_EQ(sounds.restarts.size(), 2u);
+  StepAt(1960);
+  StepAt(3647);
+  // The tempo object is only information: the offset never moves.
+  EXPECT_NEAR(s.currentPosition, 287.875, 1e-9);
+  EXPECT_EQ(std::tuple(s.scaledTempo, s.rate, s.positionOffset, s.nextObject), std::tuple(156.25f, 0.125f, 0, 3));
+  StepAt(3648);
+  EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{1, 960.0}, {7, 960.0}, {2, 1960.0}, {3, 3648.0}}));
+
+  // At double speed everything comes in half the time; a speed change goes on from where the play is.
+  settings.playRec = false;
+  settings.realHiSpeed = 2.0f;
+  sounds.restarts.clear();
+  StartAt(0);
+  StepAt(480);
+  StepAt(500);
+  EXPECT_EQ(std::pair(s.currentPosition, s.scaledTempo), std::pair(96.0, 250.0f));
+  engine.ChangeSpeed(1.0);
+  settings.realHiSpeed = 1.0f;
+  StepAt(1459);
+  StepAt(1460);
+  EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{1, 480.0}, {2, 1460.0}}));
+
+  // A seek finds its time on the map; the object before the target is 92 units late and stays silent.
+  clock.Set(5000);
+  Seek(192);
+  EXPECT_EQ(std::tuple(s.startTick, s.nextObject, s.chartMs), std::tuple(2120, 1, 2880.0));
+  StepAt(5767);
+  StepAt(5768);
+  EXPECT_EQ(sounds.restarts.back(), (SoundCall{3, 5768.0}));
+  EXPECT_EQ(sounds.restarts.size(), 3u);
 }
 
 }  // namespace

@@ -129,5 +129,44 @@ TEST_F(RenderMode, BadArgumentsAndScriptsAreRefused) {
   EXPECT_EQ(Render({(folder.path() / "no/such/folder/x.wav").string(), chart}, &log), 3);
 }
 
+TEST_F(RenderMode, ModernUserPlayJudgesLongNotesByTheirReleaseAndMinesHurt) {
+  WriteClick(folder.Path("click.wav"));
+  // 125 BPM: 10 ms a unit, 1920 ms a measure. Measures 1-6 hold a long note on lane 1 (#LNTYPE 1, channel
+  // 51) from 48 to 144 units into the measure; measure 7 starts with a mine of 10 ("0A") on D1, measure 8
+  // with a background click.
+  std::vector<std::string> lines = {"#TITLE Long", "#BPM 125", "#TOTAL 120", "#LNTYPE 1", "#WAV01 click.wav"};
+  for (int m = 1; m <= 6; ++m) lines.push_back("#00" + std::to_string(m) + "51:00010001");
+  lines.push_back("#007D1:0A");
+  lines.push_back("#00801:01");
+  const std::string chart = folder.Write("long.bms", Crlf(lines));
+  // Z at each head; released 56 units early, then 2, 5, 11 and 23 units before the tail, then held
+  // past it; a press across the mine.
+  const std::string script =
+      folder.Write("keys.txt",
+                   "2400 down 90\n2800 up 90\n4320 down 90\n5260 up 90\n6240 down 90\n7150 up 90\n8160 down 90\n"
+                   "9010 up 90\n10080 down 90\n10810 up 90\n12000 down 90\n13200 up 90\n13400 down 90\n13480 up 90\n");
+  const std::string home = (folder.path() / "home").string();
+  const std::string wav = (folder.path() / "long.wav").string();
+  ::setenv("VREMO_HOME", home.c_str(), 1);
+  std::string log;
+  const int status =
+      Render({wav, "--option", "ModernReading=True", "--option", "UserPlay=True", "--input", script, chart}, &log);
+  ::unsetenv("VREMO_HOME");
+  ASSERT_EQ(status, 0) << log;
+  // Heads all fGreat; tails Poor, fGreat, Great, Good, Bad and fGreat: 12 notes, a gauge step of 10.
+  const std::string scores = ReadFileBytes(home + "/vremoscore.txt");
+  EXPECT_NE(scores.find("\r\n1P - fGreat 8 Great 1 Good 1 Bad 1 Poor 1\r\n  J-Pts: 92.0pts\r\n  Pts: 145833pts\r\n"
+                        "  Ex-Pts: 17pts\r\n2P - fGreat 0 Great 0 Good 0 Bad 0 Poor 0\r\n"),
+            std::string::npos)
+      << scores;
+  // 22 +10 -60 (to 0) +10 +10 +10 +10 +10 +3.3 +10 -30 +10 +10, then the mine's 10.
+  EXPECT_NE(log.find("  Ex-Pts: 17pts\n  Gauge: 43.3%\n"), std::string::npos) << log;
+  // The presses sound (with the heads' own automatic sounds); tails and the mine are silent.
+  const std::vector<size_t> onsets = Onsets(ReadFileBytes(wav));
+  const std::vector<double> expectedMs = {2400, 4320, 6240, 8160, 10080, 12000, 13400, 15360};
+  ASSERT_EQ(onsets.size(), expectedMs.size()) << ::testing::PrintToString(onsets);
+  for (size_t i = 0; i < onsets.size(); ++i) EXPECT_NEAR(onsets[i] * 1000.0 / kRate, expectedMs[i], 1.0) << i;
+}
+
 }  // namespace
 }  // namespace vremo
