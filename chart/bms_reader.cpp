@@ -36,6 +36,7 @@ void ClearForLoad(Chart& chart) {
   chart.totalNotes = {0, 0};
   chart.sideUsed = {0, 0};
   chart.modern = false;
+  chart.randomDraws = false;
   chart.timing.Reset(0.0);
 }
 

@@ -134,6 +134,8 @@ struct Chart : ChartHeader {
   // 3 objects, and lane objects may be long-note ends or mines.
   bool modern = false;
   TimingMap timing;
+  // The modern reading drew for random blocks: every play reads it again.
+  bool randomDraws = false;
 
   // Position of the last object in table order (0 when there is none).
   int32_t LastY() const { return objectCount > 0 ? objects[objectCount - 1].y : 0; }

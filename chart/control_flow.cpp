@@ -41,6 +41,7 @@ int32_t ChartRandom::Draw(int32_t range) {
 int32_t ControlFlow::Draw(std::u32string_view word, int32_t range) {
   if (!Active() || range < 1) return 0;
   const int32_t value = random_.Draw(range);
+  drew_ = true;
   log_.PutLog("  #" + ToUtf8(word) + " " + std::to_string(range) + " -> " + std::to_string(value));
   return value;
 }
@@ -77,6 +78,7 @@ int32_t ControlFlow::CurrentValue() const {
 }
 
 bool ControlFlow::Feed(std::u32string_view line) {
+  if (line.empty() || (line[0] >= U'0' && line[0] <= U'9')) return false;  // a channel line
   size_t length = 0;
   const std::u32string word = UpperWord(line, length);
   const int32_t argument = ArgumentValue(line.substr(length));

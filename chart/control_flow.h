@@ -34,6 +34,7 @@ class ControlFlow {
   bool Feed(std::u32string_view line);
   // Whether the chart lines met now count (false inside a block not taken).
   bool Active() const { return frames_.empty() || frames_.back().active; }
+  bool Drew() const { return drew_; }  // a #RANDOM or #SWITCH was drawn
 
  private:
   enum class Kind : uint8_t { kRandom, kIf, kSwitch };
@@ -53,6 +54,7 @@ class ControlFlow {
   ChartRandom& random_;
   DebugLog& log_;
   std::vector<Frame> frames_;
+  bool drew_ = false;
 };
 
 }  // namespace vremo

@@ -47,7 +47,7 @@ void ReadChannelLine(std::u32string_view line, ModernData& d) {
       ++d.droppedObjects;
       continue;
     }
-    d.objects.push_back(ModernObject{measure, i, pairs, code, *pair, 0.0});
+    d.objects.push_back(ModernObject{measure, i, pairs, static_cast<int16_t>(code), static_cast<int16_t>(*pair), 0.0});
   }
 }
 
@@ -124,24 +124,16 @@ void ReadHeaderLine(std::u32string_view line, ChartHeader& h, ModernData& d, con
   } else if (word == U"LNTYPE") {
     SetInteger(d.lnType, argument);
   } else if (word == U"LNOBJ") {
-    if (auto slot = Base36Pair(argument)) d.longNoteEnd[*slot] = true;
+    if (auto slot = Base36Pair(argument)) {
+      d.longNoteEnd[*slot] = true;
+      d.anyLongNoteEnd = true;
+    }
   } else {
     ReadTableLine(word, argument, d);
   }
 }
 
 }  // namespace
-
-std::optional<LaneOf> LaneOfCode(int32_t code) {
-  for (int32_t group : {kCodeSide1, kCodeLongSide1, kCodeMineSide1}) {
-    // Side 2 lies one base-36 "ten" above side 1 (21 after 11, E1 after D1).
-    for (int32_t side = 0; side < 2; ++side) {
-      const int32_t first = group + side * 36;
-      if (code >= first && code < first + kLanesPerGroup) return LaneOf{group, side * kLanesPerGroup + code - first};
-    }
-  }
-  return std::nullopt;
-}
 
 void ReadModernLine(std::u32string_view line, ChartHeader& header, ModernData& data, const HeaderHooks* hooks) {
   if (IsChannelLine(line)) {

@@ -41,15 +41,40 @@ struct LaneOf {
   int32_t group = 0;  // kCodeSide1, kCodeLongSide1 or kCodeMineSide1
   int32_t lane = 0;
 };
-std::optional<LaneOf> LaneOfCode(int32_t code);
+namespace detail {
+// Per code: the group + 1 (0 for none) and the lane.
+struct LaneEntry {
+  int16_t groupPlusOne = 0;
+  int16_t lane = 0;
+};
+constexpr std::array<LaneEntry, kMaxMediaSlots> LaneTable() {
+  std::array<LaneEntry, kMaxMediaSlots> codes{};
+  for (int32_t group : {kCodeSide1, kCodeLongSide1, kCodeMineSide1}) {
+    // Side 2 lies one base-36 "ten" above side 1 (21 after 11, E1 after D1).
+    for (int32_t side = 0; side < 2; ++side) {
+      for (int32_t k = 0; k < kLanesPerGroup; ++k) {
+        codes[group + side * 36 + k] = {static_cast<int16_t>(group + 1),
+                                        static_cast<int16_t>(side * kLanesPerGroup + k)};
+      }
+    }
+  }
+  return codes;
+}
+inline constexpr std::array<LaneEntry, kMaxMediaSlots> kLaneTable = LaneTable();
+}  // namespace detail
+
+inline std::optional<LaneOf> LaneOfCode(int32_t code) {
+  if (code < 0 || code >= kMaxMediaSlots || detail::kLaneTable[code].groupPlusOne == 0) return std::nullopt;
+  return LaneOf{detail::kLaneTable[code].groupPlusOne - 1, detail::kLaneTable[code].lane};
+}
 
 // One object as read: exact position from measure and pair index.
 struct ModernObject {
   int32_t measure = 0;
   int32_t index = 0;      // pair i ...
   int32_t count = 1;      // ... of n on its line
-  int32_t code = 0;       // channel, see ChannelCode
-  int32_t pair = 0;       // the pair read as base 36 (as hexadecimal for 03)
+  int16_t code = 0;       // channel, see ChannelCode
+  int16_t pair = 0;       // the pair read as base 36 (as hexadecimal for 03)
   double position = 0.0;  // units from measure 0, once the lengths are known
 };
 
@@ -65,6 +90,7 @@ struct ModernData {
   std::vector<double> tempoTable = std::vector<double>(kMaxMediaSlots, 0.0);
   std::vector<double> stopTable = std::vector<double>(kMaxMediaSlots, 0.0);
   std::vector<bool> longNoteEnd = std::vector<bool>(kMaxMediaSlots, false);  // #LNOBJ
+  bool anyLongNoteEnd = false;
   int32_t lnType = 1;
   size_t droppedObjects = 0;
 };

@@ -18,7 +18,7 @@
 namespace vremo {
 
 // LoadChart's results. `objects` (when given) receives every object read in
-// the blocks taken, with its exact position, in position order.
+// the blocks taken, with its exact position, in file order.
 int32_t LoadModernChart(const std::string& path, Chart& chart, LoadContext& context,
                         std::vector<ModernObject>* objects = nullptr);
 

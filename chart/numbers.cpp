@@ -154,26 +154,8 @@ int32_t LeadingHex(std::u32string_view text) {
 
 namespace {
 constexpr int32_t kBase36 = 36;
-constexpr int32_t kBase16 = 16;
 
-int32_t DigitValue(char32_t c) {
-  if (c >= U'0' && c <= U'9') return static_cast<int32_t>(c - U'0');
-  if (c >= U'A' && c <= U'Z') return static_cast<int32_t>(c - U'A') + 10;
-  if (c >= U'a' && c <= U'z') return static_cast<int32_t>(c - U'a') + 10;
-  return kBase36;
-}
-
-std::optional<int32_t> PairIn(std::u32string_view text, int32_t base) {
-  if (text.size() != 2) return std::nullopt;
-  const int32_t high = DigitValue(text[0]);
-  const int32_t low = DigitValue(text[1]);
-  if (high >= base || low >= base) return std::nullopt;
-  return high * base + low;
-}
 }  // namespace
-
-std::optional<int32_t> Base36Pair(std::u32string_view text) { return PairIn(text, kBase36); }
-std::optional<int32_t> HexPair(std::u32string_view text) { return PairIn(text, kBase16); }
 
 std::string Base36Text(int32_t value) {
   static constexpr char kDigits[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";

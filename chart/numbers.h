@@ -33,9 +33,23 @@ int32_t LeadingHex(std::u32string_view text);
 
 // Two characters "00"-"ZZ" (either case) as a base-36 number 0-1295; empty
 // when the text is not exactly two such characters.
-std::optional<int32_t> Base36Pair(std::u32string_view text);
+// Inline: it runs for every pair of every channel line.
+inline std::optional<int32_t> DigitPair(std::u32string_view text, int32_t base) {
+  auto digit = [](char32_t c) -> int32_t {
+    if (c >= U'0' && c <= U'9') return static_cast<int32_t>(c - U'0');
+    if (c >= U'A' && c <= U'Z') return static_cast<int32_t>(c - U'A') + 10;
+    if (c >= U'a' && c <= U'z') return static_cast<int32_t>(c - U'a') + 10;
+    return 36;
+  };
+  if (text.size() != 2) return std::nullopt;
+  const int32_t high = digit(text[0]);
+  const int32_t low = digit(text[1]);
+  if (high >= base || low >= base) return std::nullopt;
+  return high * base + low;
+}
+inline std::optional<int32_t> Base36Pair(std::u32string_view text) { return DigitPair(text, 36); }
 // The same with hexadecimal digits only ("00"-"FF").
-std::optional<int32_t> HexPair(std::u32string_view text);
+inline std::optional<int32_t> HexPair(std::u32string_view text) { return DigitPair(text, 16); }
 // A number 0-1295 as two upper-case base-36 characters.
 std::string Base36Text(int32_t value);
 

@@ -18,16 +18,16 @@ bool IsHalfwidthKana(char32_t c) { return c >= 0xFF61 && c <= 0xFF9F; }
 bool IsHangulSyllable(char32_t c) { return c >= 0xAC00 && c <= 0xD7A3; }
 bool IsIdeograph(char32_t c) { return c >= 0x4E00 && c <= 0x9FFF; }
 
-// CP949 pairs whose lead is 0x81-0xC6 and trail below 0xA1 are the 8822
-// syllables only the extension holds; Japanese text misread as CP949 falls
-// there, Korean text rarely does.
+// The CP949 pairs of the 8822 syllables only its extension holds (leads
+// 0x81-0xA0 with any trail, leads 0xA1-0xC6 with trails below 0xA1):
+// Japanese text misread as CP949 falls there, Korean text rarely does.
 int64_t Cp949ExtensionPairs(std::string_view bytes) {
   int64_t pairs = 0;
   for (size_t i = 0; i + 1 < bytes.size(); ++i) {
     const auto lead = static_cast<unsigned char>(bytes[i]);
     if (lead < 0x81 || lead == 0xFF) continue;
     const auto trail = static_cast<unsigned char>(bytes[i + 1]);
-    if (lead <= 0xC6 && trail >= 0x41 && trail < 0xA1) ++pairs;
+    if (trail >= 0x41 && (lead <= 0xA0 || (lead <= 0xC6 && trail < 0xA1))) ++pairs;
     ++i;
   }
   return pairs;

@@ -1,6 +1,8 @@
-// BMS text through the whole load: reader and compiler, no media.
+// BMS text through the whole load, classic and modern: reader and
+// compiler, no media.
 
 #include <memory>
+#include <string>
 
 #include "chart/bms_reader.h"
 #include "fuzz/fuzz_file.h"
@@ -10,6 +12,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   vremo::DebugLog log;
   vremo::NullMediaLoader media;
   vremo::LoadContext context{log, media, {}, {}};
-  vremo::LoadChart(vremo::fuzz::WriteInput(data, size, "fuzz.bms"), *chart, context);
+  const std::string path = vremo::fuzz::WriteInput(data, size, "fuzz.bms");
+  vremo::LoadChart(path, *chart, context);
+  // And the modern reading, with its draws fixed so that a finding repeats.
+  context.options.modernReading = true;
+  context.options.seed = 1;
+  vremo::LoadChart(path, *chart, context);
   return 0;
 }

@@ -54,9 +54,9 @@ void MainWindow::timPlay_Timer() {
     SetPlayButtonIcon(true);
     for (QPushButton* button : {cmdPlay, cmdStop, cmdFF, cmdRew, cmdReload}) button->setEnabled(true);
   }
-  // A chart read the other way than the modern-reading switch now says is
-  // read again.
-  if (playTag_ != chart_->path || chart_->modern != settings_.modernReading) {
+  // A chart read the other way than the option now says is read again, and
+  // so is one with random blocks, which draw anew for every play.
+  if (playTag_ != chart_->path || chart_->modern != settings_.modernReading || chart_->randomDraws) {
     picTitle->ShowSongMessage("Now Loading...");
     media_->PrepareSurfaces();
     sounds_.ReleaseSounds();

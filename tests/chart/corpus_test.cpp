@@ -5,6 +5,8 @@
 #include <filesystem>
 
 #include "chart/chart_compiler.h"
+#include "chart/modern_reader.h"
+#include "chart/timeline.h"
 #include "tests/chart/chart_fixture.h"
 
 namespace vremo {
@@ -63,6 +65,26 @@ TEST_F(CorpusCharts, LoadWithTheirTotalsLengthsTitlesAndTexts) {
   EXPECT_EQ(LoadPath(PathOf("j219/J219_7key_lf.bms")), kLoadNoObject);
   EXPECT_EQ(sink.lines.back(), "  Err: object not exists.");
   EXPECT_EQ(chart->title, "J219");
+}
+
+TEST_F(CorpusCharts, TheModernReadingTakesLfCopiesBase36SlotsAndFractionalTempos) {
+  options.modernReading = true;
+  auto timelineOf = [this](const char* file) {
+    std::vector<ModernObject> objects;
+    LoadContext context{log, *mediaLoader, options, {}};
+    EXPECT_EQ(LoadModernChart(PathOf(file), *chart, context, &objects), kLoadOk) << file;
+    return ModernTimeline(objects, chart->timing);
+  };
+  const std::vector<std::string> crlf = timelineOf("j219/J219_7key.bms");
+  EXPECT_EQ(crlf.size(), 1700u);
+  EXPECT_EQ(timelineOf("j219/J219_7key_lf.bms"), crlf);
+  EXPECT_EQ((std::vector{chart->totalNotes[0], chart->lengthMs, chart->maxMeasure}), (std::vector{323, 91480, 56}));
+
+  // Slots "1O".."1S" are base 36; a tab inside a name stays part of it.
+  ASSERT_EQ(LoadPath(PathOf("dive_withblank/dive_withblank.bme")), kLoadOk);
+  EXPECT_EQ(chart->wavName[1 * 36 + 24], "Cymbals\tCrash 05.wav");
+  EXPECT_EQ(chart->wavName[1 * 36 + 28], "");
+  EXPECT_EQ(chart->lengthMs, 1283);  // 222.22 BPM, not 222
 }
 
 }  // namespace

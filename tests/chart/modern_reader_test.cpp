@@ -82,6 +82,7 @@ TEST_F(ModernReader, TempoChangesStopsAndMeasureLengthsGiveExactTimes) {
                                       "5000.000\t11\t01", "7651.934\t03\tB4", "7651.934\t11\t01", "8985.267\t11\t01",
                                       "9651.934\t11\t01"}));
   EXPECT_TRUE(chart->modern);
+  EXPECT_FALSE(chart->randomDraws);  // nothing to draw anew on the next play
   EXPECT_EQ(chart->lengthMs, 9652);
   EXPECT_DOUBLE_EQ(chart->timing.TimeAt(3 * 192), 240000.0 / 90.5 + 5000.0);
   // The table keeps the tempos (rounded) and the stop for information.
@@ -128,6 +129,7 @@ TEST_F(ModernReader, RandomAndSwitchBlocksTakeTheDrawnBranches) {
     if (swich == 2) expected.insert({19, 21});  // runs on into case 3
     if (swich == 3) expected.insert(21);
     EXPECT_EQ(Channels(), expected) << "seed " << seed;
+    EXPECT_TRUE(chart->randomDraws);
     seen.insert(expected);
     EXPECT_TRUE(Logged("  #RANDOM 3 -> " + std::to_string(outer)));
     EXPECT_EQ(Logged("  #RANDOM 2 -> " + std::to_string(inner)), outer == 1);
@@ -174,8 +176,11 @@ TEST_F(ModernReader, KoreanAndJapaneseTitlesDecodeInTheirOwnScript) {
   const std::string korean = "\xEB\x82\x98\xEC\x9D\x98 \xEB\x85\xB8\xEB\x9E\x98";               // 나의 노래
   const std::string japanese = "\xE3\x81\x82\xE3\x81\x97\xE3\x81\x9F\xE3\x81\xAE\xE6\xAD\x8C";  // あしたの歌
   const std::string katakana = "\xE3\x82\xAB\xE3\x82\xBF\xE3\x83\x81";                          // カタチ
-  const std::vector<std::pair<std::string, const char*>> cases = {
-      {korean, "CP949"}, {korean, "EUC-KR"}, {japanese, "CP932"}, {katakana, "CP932"}};
+  const std::string kanji = "\xE6\x9D\xB1\xE6\x96\xB9";                                         // 東方
+  const std::string syllable = "\xEA\xB0\x80";                                                  // 가
+  const std::vector<std::pair<std::string, const char*>> cases = {{korean, "CP949"},   {korean, "EUC-KR"},
+                                                                  {syllable, "CP949"}, {japanese, "CP932"},
+                                                                  {katakana, "CP932"}, {kanji, "CP932"}};
   for (const auto& [title, encoding] : cases) {
     const std::string bytes = Encoded(Crlf({"#TITLE " + title, "#ARTIST " + title, "#00111:01"}), encoding);
     ASSERT_EQ(Load(bytes), kLoadOk);
