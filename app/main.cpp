@@ -1,6 +1,7 @@
 // vremo: tool modes first; then one player per user: a second start hands
 // its command line to the running player and ends.
 #include <QApplication>
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <string>
@@ -57,6 +58,12 @@ int main(int argc, char** argv) {
   // Ending signals close the window, which saves as a close by the user does.
   vremo::QuitSignals quitSignals([&window] { window.Quit(); });
   window.StartUp();
+  // A home the user named but this user may not write: say where the files go instead.
+  if (const char* home = std::getenv("VREMO_HOME"); home != nullptr && *home != '\0' && folder != home) {
+    const std::string line = "Err: VREMO_HOME " + std::string(home) + " is not a writable folder; using " + folder;
+    std::cerr << "vremo: " << line << "\n";
+    window.log().PutLog(line);
+  }
   commands.Start(lock, commandLine);
   if (!opened.empty()) window.FilesDropped(opened);
   return application.exec();

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace vremo {
 namespace {
@@ -86,6 +87,10 @@ std::string FileReadErrorLine(const FileRead& read, const std::string& path, siz
       break;
   }
   return {};
+}
+
+std::string FileWriteErrorLine(const std::string& path, int error) {
+  return "Err[write failed] :" + FileNameOf(path) + " (" + std::strerror(error) + ")";
 }
 
 std::string FileNameOf(const std::string& path) {

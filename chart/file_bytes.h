@@ -39,6 +39,10 @@ FileRead ReadWholeFile(const std::string& path, size_t maxBytes = kMaxFileBytes)
 // "Err[read failed] :mem". Empty for kRead.
 std::string FileReadErrorLine(const FileRead& read, const std::string& path, size_t maxBytes = kMaxFileBytes);
 
+// The log line for a file that could not be written, with the system's
+// reason: "Err[write failed] :vremo.ini (No space left on device)".
+std::string FileWriteErrorLine(const std::string& path, int error);
+
 // The part of a path after its last "/" or "\\", as log lines name files.
 std::string FileNameOf(const std::string& path);
 

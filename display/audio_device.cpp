@@ -13,6 +13,7 @@ namespace {
 // How long the UI thread waits for room in a full command ring (the audio
 // thread empties it every block) before it gives the command up.
 constexpr auto kRingFullWait = std::chrono::milliseconds(500);
+constexpr std::string_view kDeviceLostLine = "Err:DirectSound device lost";
 
 std::string DefaultDeviceName() {
   char* name = nullptr;
@@ -60,6 +61,7 @@ bool AudioDevice::Open(DebugLog& log, int32_t wantedRate, int32_t wantedFrames) 
   const char* driver = SDL_GetCurrentAudioDriver();
   deviceName_ = DefaultDeviceName();
   device_ = device;
+  log_ = &log;
   SDL_PauseAudioDevice(device_, 0);
   log.PutLog("  audio device: " + deviceName_ + " (" + (driver ? driver : "?") + "), " + std::to_string(sampleRate_) +
              "Hz, " + std::to_string(blockFrames_) + " frames");
@@ -97,6 +99,13 @@ void AudioDevice::RenderBlock(float* out, int frames) {
 
 bool AudioDevice::Send(const MixerCommand& command) {
   if (device_ == 0) return false;
+  // A device unplugged (or a sound server gone) stops for good: say so once
+  // and go on silently, as without a device.
+  if (SDL_GetAudioDeviceStatus(device_) == SDL_AUDIO_STOPPED) {
+    if (log_ != nullptr) log_->PutLog(std::string(kDeviceLostLine));
+    Close();
+    return false;
+  }
   FreeRetired();
   const auto deadline = std::chrono::steady_clock::now() + kRingFullWait;
   while (!commands_.Push(command)) {

@@ -8,7 +8,8 @@
 // through atomics. Sounds handed to the mixer are kept alive here until the
 // audio thread has consumed the command that let go of them, then freed on
 // the UI thread. When no device could be opened every call is accepted and
-// nothing sounds (cursors stay 0). All public methods: UI thread only.
+// nothing sounds (cursors stay 0); a device lost in play is logged ("Err:DirectSound
+// device lost") at the next command and closed. All public methods: UI thread only.
 
 #include <array>
 #include <atomic>
@@ -71,6 +72,7 @@ class AudioDevice : public SoundOutput {
   int32_t sampleRate_ = 0;
   int32_t blockFrames_ = 0;
   std::string deviceName_;
+  DebugLog* log_ = nullptr;  // Open's log, for a device lost later
   float masterVolume_ = 1.0f;
   std::unique_ptr<Mixer> mixer_;  // touched by the audio thread while open
   SpscRing<MixerCommand, kCommandRingSize> commands_;

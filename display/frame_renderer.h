@@ -51,6 +51,10 @@ inline constexpr int32_t kMessageDurationMs = 1000;
 inline constexpr int32_t kMessageX = 2;
 inline constexpr int32_t kMessageY = 2;
 
+// A mine the layout names no picture for: a block of this colour with a
+// black core.
+inline constexpr Colour kMineFallbackColour = Rgb(220, 0, 0);
+
 class FrameRenderer : public FrameDrawer {
  public:
   FrameRenderer(PlayEngine& engine, MediaLayer& media, const Layout& layout, const SoundBank& sounds);
@@ -97,10 +101,23 @@ class FrameRenderer : public FrameDrawer {
   void DrawGrid(const Frame& frame);
   void DrawObjects(const Frame& frame, int32_t firstIndex);
   void DrawRecordMarks(const Frame& frame);
-  // Draws the lane's image at a y already computed; false when the lane
-  // has no image.
+  // Draws the lane's image (or `image` in the lane's place) at a y already
+  // computed; nothing when the lane has no image.
   void DrawLaneImage(const Frame& frame, int32_t lane, int32_t y);
+  void DrawLanePicture(const Frame& frame, int32_t lane, int32_t y, const NoteImage& image);
   bool LaneRect(const Frame& frame, int32_t lane, int32_t y, Rect& rect) const;
+  bool LaneRect(const Frame& frame, int32_t lane, int32_t y, const NoteImage& image, Rect& rect) const;
+  // Hidden, Stealth and Sudden: a note whose untransformed y is this is not
+  // drawn.
+  bool NoteHidden(const Frame& frame, int32_t y) const;
+
+  // long_note_renderer.cpp: what only modern charts hold. Long-note bodies
+  // go under everything else of the lanes, so they are drawn first.
+  void DrawLongBodies(const Frame& frame, int32_t firstIndex);
+  void DrawLongBody(const Frame& frame, int32_t head, int32_t tail);
+  void FillShadedBody(const Frame& frame, const Rect& rect, const NoteImage& image);
+  void DrawLongEnd(const Frame& frame, int32_t index, int32_t y);
+  void DrawMine(const Frame& frame, int32_t lane, int32_t y);
 
   // judge_display.cpp
   void DrawGauge(const Frame& frame);

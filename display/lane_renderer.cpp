@@ -7,10 +7,6 @@ namespace {
 
 // The grid has one line a beat.
 constexpr int32_t kGridUnits = kUnitsPerMeasure / 4;
-// Hidden hides notes closer to the line than this; Sudden hides notes
-// farther than the other limit (they differ on purpose).
-constexpr int32_t kHiddenLimit = 120;
-constexpr int32_t kSuddenLimit = 124;
 // The free lanes are drawn whatever the note options say.
 constexpr int32_t kSide1FreeLane = 17;
 constexpr int32_t kSide2FreeLane = 27;
@@ -20,24 +16,38 @@ bool IsFreeLane(int32_t channel) { return channel == kSide1FreeLane || channel =
 }  // namespace
 
 bool FrameRenderer::LaneRect(const Frame& frame, int32_t lane, int32_t y, Rect& rect) const {
-  const LaneEntry* entry = layout_.Lane(lane);
   const NoteImage* image = layout_.ImageOfLane(lane);
-  if (entry == nullptr || image == nullptr) return false;
+  return image != nullptr && LaneRect(frame, lane, y, *image, rect);
+}
+
+bool FrameRenderer::LaneRect(const Frame& frame, int32_t lane, int32_t y, const NoteImage& image, Rect& rect) const {
+  const LaneEntry* entry = layout_.Lane(lane);
+  if (entry == nullptr) return false;
   const Settings& settings = engine_.settings();
   const BentY bent = BendY(y, frame.height, settings.accel, settings.nazo);
-  rect = LaneImageRect(*entry, *image, bent, frame.height, settings.reverse);
+  rect = LaneImageRect(*entry, image, bent, frame.height, settings.reverse);
   return true;
 }
 
 void FrameRenderer::DrawLaneImage(const Frame& frame, int32_t lane, int32_t y) {
+  const NoteImage* image = layout_.ImageOfLane(lane);
+  if (image != nullptr) DrawLanePicture(frame, lane, y, *image);
+}
+
+void FrameRenderer::DrawLanePicture(const Frame& frame, int32_t lane, int32_t y, const NoteImage& image) {
   Rect rect;
-  if (frame.skin == nullptr || !LaneRect(frame, lane, y, rect)) return;
-  const NoteImage& image = *layout_.ImageOfLane(lane);
+  if (frame.skin == nullptr || !LaneRect(frame, lane, y, image, rect)) return;
   if (rect.Width() == image.source.Width() && rect.Height() == image.source.Height()) {
     frame.back->BltFast(rect.left, rect.top, *frame.skin, image.source, ColourKey::kSource);
   } else {
     frame.back->Blt(rect, *frame.skin, image.source, ColourKey::kSource);
   }
+}
+
+bool FrameRenderer::NoteHidden(const Frame& frame, int32_t y) const {
+  const Settings& settings = engine_.settings();
+  const int32_t above = frame.height - y;
+  return (settings.hidden && above < kHiddenLimit) || settings.stealth || (settings.sudden && above > kSuddenLimit);
 }
 
 void FrameRenderer::DrawGrid(const Frame& frame) {
@@ -52,8 +62,8 @@ void FrameRenderer::DrawGrid(const Frame& frame) {
 
 void FrameRenderer::DrawObjects(const Frame& frame, int32_t firstIndex) {
   const Chart& chart = engine_.chart();
-  const Settings& settings = engine_.settings();
   const double visibleEnd = frame.cur + frame.height / frame.hiSpeed;
+  if (chart.modern) DrawLongBodies(frame, firstIndex);
   for (int32_t i = firstIndex; i < chart.objectCount && chart.objects[i].y < visibleEnd; ++i) {
     const ChartObject& object = chart.objects[i];
     const auto y = NoteY(frame.cur, object.y, frame.height, frame.hiSpeed);
@@ -68,11 +78,14 @@ void FrameRenderer::DrawObjects(const Frame& frame, int32_t firstIndex) {
       DrawLaneImage(frame, channel, *y);
     } else if (IsPlayableChannel(channel)) {
       engine_.ConsiderPendingNote(i, *y);
-      const int32_t above = frame.height - *y;
-      if (settings.hidden && above < kHiddenLimit) continue;
-      if (settings.stealth) continue;
-      if (settings.sudden && above > kSuddenLimit) continue;
-      DrawLaneImage(frame, channel, *y);
+      if (NoteHidden(frame, *y)) continue;
+      if (chart.modern && object.kind != NoteKind::kNote) {
+        DrawLongEnd(frame, i, *y);
+      } else {
+        DrawLaneImage(frame, channel, *y);
+      }
+    } else if (chart.modern && IsPlayableChannel(channel - kMineChannelOffset)) {
+      if (!NoteHidden(frame, *y)) DrawMine(frame, channel - kMineChannelOffset, *y);
     }
   }
 }

@@ -124,11 +124,11 @@ void ReadLane(Layout& layout, std::u32string_view line) {
   if (auto style = RoundToInt16(f[2])) entry.style = *style;
 }
 
-void ReadNoteImage(Layout& layout, std::u32string_view line) {
+void ReadNoteImage(std::array<NoteImage, kLayoutTableSize>& images, std::u32string_view line) {
   const auto number = TableIndex(line);
   if (!number) return;
   const std::vector<double> f = Fields(line, kLaneColumn, 4);
-  NoteImage& image = layout.images[static_cast<size_t>(*number)];
+  NoteImage& image = images[static_cast<size_t>(*number)];
   AssignImage(image.source, image.width, image.height, f);
   Assign(image.offsetY, -f[3]);
 }
@@ -170,7 +170,7 @@ void ReadLine(std::u32string_view line, Layout& layout, const std::string& folde
   } else if (key == U"KEY") {
     ReadLane(layout, line);
   } else if (key == U"OBJ") {
-    ReadNoteImage(layout, line);
+    ReadNoteImage(layout.images, line);
   } else if (key == U"POO") {
     ReadJudgement(layout, kPoorIndex, line, kPoorColumn);
   } else if (key == U"BAD") {
@@ -183,6 +183,14 @@ void ReadLine(std::u32string_view line, Layout& layout, const std::string& folde
     ReadFGreat(layout, line);
   } else if (key == U"NUM") {
     ReadDigits(layout, line);
+  } else if (key == U"LNH") {
+    ReadNoteImage(layout.modern.longHeads, line);
+  } else if (key == U"LNB") {
+    ReadNoteImage(layout.modern.longBodies, line);
+  } else if (key == U"LNT") {
+    ReadNoteImage(layout.modern.longTails, line);
+  } else if (key == U"MIN") {
+    ReadNoteImage(layout.modern.mines, line);
   }
 }
 
@@ -197,6 +205,13 @@ const NoteImage* Layout::ImageOfLane(int32_t lane) const {
   const LaneEntry* entry = Lane(lane);
   if (entry == nullptr || entry->image < 0 || entry->image >= kLayoutTableSize) return nullptr;
   return &images[static_cast<size_t>(entry->image)];
+}
+
+const NoteImage* Layout::NamedOfLane(const std::array<NoteImage, kLayoutTableSize>& table, int32_t lane) const {
+  const LaneEntry* entry = Lane(lane);
+  if (entry == nullptr || entry->image < 0 || entry->image >= kLayoutTableSize) return nullptr;
+  const NoteImage& image = table[static_cast<size_t>(entry->image)];
+  return image.width > 0 && image.height > 0 ? &image : nullptr;
 }
 
 const Rect* Layout::Glyph(int32_t code) const {

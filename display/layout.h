@@ -77,6 +77,19 @@ struct NoteImage {
   int32_t height = 0;
 };
 
+// Pictures a layout may name for modern charts, per note image number, in
+// the fields of "#OBJnn": "#LNHnn" and "#LNTnn" the head and tail of a long
+// note, "#LNBnn" its body (stretched between them), "#MINnn" a landmine. An
+// entry of width 0 was never named: the renderer then draws the ends with
+// the note picture, the body as a darker shade of it, and a mine as a shape
+// of its own.
+struct ModernImages {
+  std::array<NoteImage, kLayoutTableSize> longHeads{};
+  std::array<NoteImage, kLayoutTableSize> longBodies{};
+  std::array<NoteImage, kLayoutTableSize> longTails{};
+  std::array<NoteImage, kLayoutTableSize> mines{};
+};
+
 struct JudgementImage {
   Rect source;
   int32_t width = 0;
@@ -98,6 +111,7 @@ struct Layout {
   bool bgaShown = false;  // a "#BGA" line was read by the last load
   std::array<LaneEntry, kLayoutTableSize> lanes{};
   std::array<NoteImage, kLayoutTableSize> images{};
+  ModernImages modern;
   std::array<JudgementImage, kJudgementKinds> judgements{};
   std::vector<Rect> fGreatFrames;
   std::array<Rect, kDigitImages> digits{};
@@ -111,6 +125,9 @@ struct Layout {
   // The lane's entry and its note image; nullptr outside the tables.
   const LaneEntry* Lane(int32_t lane) const;
   const NoteImage* ImageOfLane(int32_t lane) const;
+  // The picture `table` names for the lane's note image; nullptr when the
+  // layout named none.
+  const NoteImage* NamedOfLane(const std::array<NoteImage, kLayoutTableSize>& table, int32_t lane) const;
   // The font cell of a character code; nullptr outside 33-128.
   const Rect* Glyph(int32_t code) const;
 };

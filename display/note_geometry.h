@@ -15,6 +15,10 @@ namespace vremo {
 
 // Nazo bends the lane by up to this many pixels on each side at the top.
 inline constexpr int32_t kNazoNarrowing = 12;
+// Hidden hides notes closer to the line than this; Sudden hides notes
+// farther than the other limit (they differ on purpose).
+inline constexpr int32_t kHiddenLimit = 120;
+inline constexpr int32_t kSuddenLimit = 124;
 
 // y = round(H + (cur - position) x HiSpeed), halves to even; empty when it
 // does not fit 32 bits.

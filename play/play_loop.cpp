@@ -3,7 +3,9 @@
 #include "play/play_engine.h"
 
 #include <algorithm>
+#include <cerrno>
 
+#include "chart/file_bytes.h"
 #include "chart/numbers.h"
 #include "play/score_log.h"
 
@@ -144,8 +146,11 @@ void PlayEngine::FinishPlay() {
 }
 
 void PlayEngine::WriteResults() {
-  // A score log that cannot be written is skipped; the play still ends.
-  AppendScoreLog(scoreLogFolder_, chart_, scores_, settings_);
+  // A score log that cannot be written is skipped with its log line; the
+  // play still ends.
+  if (!AppendScoreLog(scoreLogFolder_, chart_, scores_, settings_)) {
+    log_.PutLog(FileWriteErrorLine(std::string(kScoreLogFileName), errno));
+  }
   // Mines move the gauge without a judgement: modern plays show where it ended.
   LogScoreFigures(log_, scores_, chart_.modern);
   host_.ShowSongInfo(ResultLine(playResult_));

@@ -1,9 +1,13 @@
 // The score log block and its debug-log copy.
 #include "play/score_log.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 
 #include "chart/numbers.h"
 #include "play/number_format.h"
@@ -11,7 +15,8 @@
 namespace vremo {
 namespace {
 
-constexpr double kTrueValue = -1.0;  // how a true option enters the check value
+constexpr mode_t kNewLogMode = 0666;  // a new log: the umask decides, as for any file
+constexpr double kTrueValue = -1.0;   // how a true option enters the check value
 // Weights of the note settings in the option check value.
 constexpr double kHiddenWeight = 8.0;
 constexpr double kSuddenWeight = 4.0;
@@ -109,10 +114,23 @@ bool AppendScoreLog(const std::string& folder, const Chart& chart, const ScoreBo
     block += line;
     block += kScoreLogLineEnd;
   }
-  std::ofstream file(ScoreLogPath(folder), std::ios::binary | std::ios::app);
-  if (!file) return false;
-  file.write(block.data(), static_cast<std::streamsize>(block.size()));
-  return static_cast<bool>(file.flush());
+  const int fd = ::open(ScoreLogPath(folder).c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kNewLogMode);
+  if (fd < 0) return false;
+  struct stat before {};
+  const bool sized = ::fstat(fd, &before) == 0;
+  size_t done = 0;
+  bool ok = true;
+  while (ok && done < block.size()) {
+    const ssize_t n = ::write(fd, block.data() + done, block.size() - done);
+    ok = n > 0 || (n < 0 && errno == EINTR);
+    if (n > 0) done += static_cast<size_t>(n);
+  }
+  const int error = errno;
+  // A block cut short (a full disk) is taken back: the log keeps whole blocks.
+  if (!ok && sized && ::ftruncate(fd, before.st_size) != 0) ok = false;
+  ok = ::close(fd) == 0 && ok;
+  if (!ok) errno = error;
+  return ok;
 }
 
 void LogScoreFigures(DebugLog& log, const ScoreBoard& scores, bool withGauge) {

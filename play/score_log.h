@@ -29,7 +29,8 @@ std::optional<std::string> OptionLine(const Chart& chart, const Settings& settin
 std::vector<std::string> ScoreLogLines(const Chart& chart, const ScoreBoard& scores, const Settings& settings);
 
 // Appends the block to folder/vremoscore.txt, never truncating what is
-// there; false when the file could not be opened or written.
+// there (a block cut short by a full disk is taken back); false, with errno
+// saying why, when the file could not be opened or written.
 bool AppendScoreLog(const std::string& folder, const Chart& chart, const ScoreBoard& scores, const Settings& settings);
 
 // The figures in the debug log, between two rules; with the gauge each

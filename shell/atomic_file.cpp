@@ -66,7 +66,12 @@ bool WriteFileAtomically(const std::string& path, std::string_view bytes) {
   ok = ::fsync(fd) == 0 && ok;
   ok = ::close(fd) == 0 && ok;
   if (ok) ok = std::rename(name.data(), target.c_str()) == 0;
-  if (!ok) ::unlink(name.data());
+  if (!ok) {
+    // The caller reports why: the removal must not change errno.
+    const int error = errno;
+    ::unlink(name.data());
+    errno = error;
+  }
   return ok;
 }
 

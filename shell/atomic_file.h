@@ -9,7 +9,7 @@
 namespace vremo {
 
 // True when the file now holds exactly `bytes`; on failure the old file is
-// untouched and the temporary file removed. A symbolic link is written
+// untouched, the temporary file removed and errno says why. A symbolic link is written
 // through: its final target is replaced and the link stays. The file keeps
 // its mode and owner; a new file gets mode 0644.
 bool WriteFileAtomically(const std::string& path, std::string_view bytes);

@@ -23,6 +23,14 @@ namespace {
 constexpr int kHandOverWaitMs = 1000;
 constexpr mode_t kPrivateMode = 0700;
 constexpr mode_t kOthersBits = 077;
+constexpr int kSpareChannelNames = 3;
+
+// "vremo-0.sock" -> "vremo-0-1.sock": the same folder, so partners trust it.
+QString SpareChannelName(const QString& name, int spare) {
+  const QString suffix = QStringLiteral(".sock");
+  const QString stem = name.endsWith(suffix) ? name.chopped(suffix.size()) : name;
+  return stem + QStringLiteral("-%1").arg(spare) + (name.endsWith(suffix) ? suffix : QString());
+}
 
 std::string OctalMode(mode_t mode) {
   char text[8];
@@ -108,9 +116,16 @@ bool InstanceLock::Publish(CommandChannel& channel, const QString& name, DebugLo
     log.PutLog("Err: no command channel (" + problem_ + ")");
     return false;
   }
-  // Holding the lock means no other instance answers on the name.
-  if (!channel.Listen(name)) return false;
-  if (!WriteFileAtomically(handOverFile_, name.toStdString() + "\r\n")) {
+  // Holding the lock means no other instance answers on the name. Another
+  // kind of file in its place is left alone: the channel takes a spare name
+  // beside it, and temp.dat tells partners which.
+  QString listening;
+  for (int spare = 0; spare <= kSpareChannelNames && listening.isEmpty(); ++spare) {
+    const QString candidate = spare == 0 ? name : SpareChannelName(name, spare);
+    if (channel.Listen(candidate)) listening = candidate;
+  }
+  if (listening.isEmpty()) return false;
+  if (!WriteFileAtomically(handOverFile_, listening.toStdString() + "\r\n")) {
     log.PutLog("Err: can't write " + std::string(kHandOverFileName));
     return false;
   }

@@ -45,8 +45,9 @@ class InstanceLock {
 
   // Takes the lock, or learns that another instance holds it.
   InstanceRole Acquire();
-  // First instance: listen on `name` and write temp.dat naming it. Alone:
-  // logs why there is no channel.
+  // First instance: listen on `name` (or, when another kind of file holds
+  // that place, on a spare name beside it) and write temp.dat naming the
+  // channel. Alone: logs why there is no channel.
   bool Publish(CommandChannel& channel, const QString& name, DebugLog& log);
   // Why the player runs alone; empty otherwise.
   const std::string& problem() const { return problem_; }

@@ -1,6 +1,8 @@
 // LoadKeyMap / SaveKeyMap: the 512-byte little-endian table.
 #include "shell/key_map_file.h"
 
+#include <cerrno>
+
 #include "chart/file_bytes.h"
 #include "shell/atomic_file.h"
 
@@ -45,6 +47,7 @@ bool SaveKeyMap(const std::string& path, const KeyMap& map, DebugLog& log) {
   if (old.ok() || old.status == FileReadStatus::kMissing) {
     if (old.bytes.size() > bytes.size()) bytes += old.bytes.substr(bytes.size());
     saved = WriteFileAtomically(path, bytes);
+    if (!saved) log.PutLog(FileWriteErrorLine(path, errno));
   } else {
     log.PutLog(FileReadErrorLine(old, path));
   }

@@ -75,19 +75,26 @@ void PlayList::UpCap() {
   host_.ListChanged();
 }
 
-void PlayList::ListAdd(const std::string& path) {
+void PlayList::AddEntry(const std::string& path) {
   ChartListInfo entry;
   if (log_.CheckExist(path)) {
     if (auto info = ReadChartHeader(path)) entry = std::move(*info);
   }
   entries_.push_back(std::move(entry));
   rows_.push_back(ListRowText(entries_.back()));
+}
+
+void PlayList::ListAdd(const std::string& path) {
+  AddEntry(path);
   UpCap();
 }
 
 void PlayList::ListAddFolder(const std::string& folder) {
   log_.PutLog("searching files...");
-  for (const auto& path : FindChartFiles(folder)) ListAdd(path);
+  // One caption and one redraw of the rows for the whole folder: per file,
+  // both cost the length of the list, and a folder may hold thousands.
+  for (const auto& path : FindChartFiles(folder)) AddEntry(path);
+  UpCap();
 }
 
 void PlayList::ListClear() {

@@ -48,7 +48,7 @@ class PlayList {
 
   void UpCap();
   void ListAdd(const std::string& path);
-  void ListAddFolder(const std::string& folder);  // "searching files..." then ListAdd each
+  void ListAddFolder(const std::string& folder);  // "searching files...", every chart, then UpCap
   void ListClear();
   void ListRemove(int32_t index);
   void ListLoad(const std::string& path, bool silent);
@@ -80,6 +80,7 @@ class PlayList {
   const std::string& listFile() const { return listFile_; }
 
  private:
+  void AddEntry(const std::string& path);  // ListAdd without UpCap
   bool ReadListFile(const std::string& bytes);
   void RebuildRows();
 

@@ -2,6 +2,7 @@
 #include "shell/settings_file.h"
 
 #include <array>
+#include <cerrno>
 
 #include "chart/file_bytes.h"
 #include "shell/atomic_file.h"
@@ -103,7 +104,9 @@ bool WriteSettings(const std::string& path, const Settings& settings, DebugLog* 
     file.Set(key->section, key->key, OptionText(settings, *key));
   }
   WriteKeysWhenSet(file, settings);
-  return file.Save(path);
+  if (file.Save(path)) return true;
+  if (log != nullptr) log->PutLog(FileWriteErrorLine(path, errno));
+  return false;
 }
 
 }  // namespace vremo

@@ -6,10 +6,12 @@
 #include <stdlib.h>
 
 #include <chrono>
+#include <filesystem>
 #include <thread>
 
 #include "display/sound_bank.h"
 #include "tests/display/sound_test_files.h"
+#include "tests/support/file_size_limit.h"
 
 namespace vremo {
 namespace {
@@ -116,6 +118,25 @@ TEST_F(AudioDeviceTest, WithoutADeviceItLogsTheErrorAndGoesOnSilently) {
   bank.Stop(2);
   bank.ReleaseSounds();
   EXPECT_FALSE(bank.HasSound(2));
+
+  // A device lost in play: SDL's disk driver meets a full disk at once.
+  const std::string second = WriteSecond();
+  ScopedDriver disk("disk");
+  ::setenv("SDL_DISKAUDIOFILE", dir_.Path("out.raw").c_str(), 1);
+  ::setenv("SDL_DISKAUDIODELAY", "0", 1);
+  testing::FileSizeLimit full(4096);
+  ASSERT_TRUE(device.Open(log_));
+  ASSERT_TRUE(WaitFor([&] { return std::filesystem::file_size(dir_.Path("out.raw")) == 4096; }));
+  ASSERT_TRUE(bank.LoadSound(2, second).loaded);
+  EXPECT_TRUE(WaitFor([&] {
+    bank.Restart(2, 0.0);
+    return !device.IsOpen();
+  }));
+  EXPECT_EQ(sink_.lines.back(), "Err:DirectSound device lost");
+  bank.Restart(2, 0.0);
+  EXPECT_EQ(bank.PlayCursor(2), 0);
+  ::unsetenv("SDL_DISKAUDIOFILE");
+  ::unsetenv("SDL_DISKAUDIODELAY");
 }
 
 }  // namespace

@@ -83,6 +83,96 @@ TEST_F(FrameRendererTest, LaneOptionsMoveAndHideNotes) {
   EXPECT_EQ(RowsOf(kLane17Column, kFreeBlue), Span(332, 335));
 }
 
+// Modern charts: a long note in lane 11 from 100 to 700 with 30 other
+// objects inside it, and a mine at 40 in the same lane.
+TEST_F(FrameRendererTest, LongNotesAndMinesOfModernCharts) {
+  constexpr Colour kBodyRed = Rgb(100, 0, 0);  // the note's red, darker
+  constexpr int32_t kHead = 1;
+  constexpr int32_t kTail = 32;
+  Add(40, 11 + kMineChannelOffset);
+  Add(100, 11);
+  for (int32_t i = 0; i < 30; ++i) Add(110 + i, kChannelBackgroundSound);
+  Add(700, 11);
+  chart->objects[kHead].kind = NoteKind::kLongHead;
+  chart->objects[kTail].kind = NoteKind::kLongTail;
+  chart->modern = true;
+  engine.state().laneHeldLong.fill(kNoPendingNote);
+  DrawAt(0.0);
+  // The head's foot at 380, the tail above the top: the body runs from the
+  // top edge down to the head; the mine (y 440) is a red block, black inside.
+  EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(376, 379));
+  EXPECT_EQ(RowsOf(kLane11Column, kBodyRed), Span(0, 375));
+  EXPECT_EQ(
+      At({{0, 436}, {9, 439}, {0, 438}, {1, 437}, {8, 438}, {10, 437}}),
+      (std::vector<Colour>{kMineFallbackColour, kMineFallbackColour, kMineFallbackColour, kBlack, kBlack, kBlack}));
+  // Held early (the head still 10 units off): the head is gone and the body
+  // starts at the line.
+  int32_t& held = engine.state().laneHeldLong[0];
+  held = kHead;
+  DrawAt(90.0);
+  EXPECT_TRUE(RowsOf(kLane11Column, kNoteRed).empty());
+  EXPECT_EQ(RowsOf(kLane11Column, kBodyRed), Span(0, 479));
+  // Held with the head out of the 20-object window and the tail not yet in
+  // sight: the whole lane.
+  engine.state().currentPosition = 150.0;
+  renderer.DrawFrame(kTail);
+  EXPECT_EQ(RowsOf(kLane11Column, kBodyRed), Span(0, 479));
+  // Let go: the tail in sight brings its body along.
+  held = kNoPendingNote;
+  engine.state().currentPosition = 400.0;
+  renderer.DrawFrame(kTail);
+  EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(176, 179));
+  EXPECT_EQ(RowsOf(kLane11Column, kBodyRed), Span(180, 479));
+  // Reverse turns it over; Hidden and Sudden keep the part a note would show.
+  settings.reverse = true;
+  renderer.DrawFrame(kTail);
+  EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(300, 303));
+  EXPECT_EQ(RowsOf(kLane11Column, kBodyRed), Span(0, 299));
+  settings.reverse = false;
+  settings.hidden = true;
+  renderer.DrawFrame(kTail);
+  EXPECT_EQ(RowsOf(kLane11Column, kBodyRed), Span(180, 359));
+  settings.hidden = false;
+  settings.sudden = true;
+  renderer.DrawFrame(kTail);
+  EXPECT_EQ(RowsOf(kLane11Column, kBodyRed), Span(356, 479));
+  settings.sudden = false;
+
+  // Pictures the layout names: a blue body, a yellow head and an orange mine.
+  LoadRect(
+      folder.Write("modern.vrd", TestLayoutText() + "#LNB01 0,20,10,4\r\n#LNH01 0,30,10,4\r\n#MIN01 20,20,10,4\r\n"),
+      layout, layoutContext);
+  DrawAt(0.0);
+  EXPECT_EQ(RowsOf(kLane11Column, kGreatYellow), Span(376, 379));
+  EXPECT_EQ(RowsOf(kLane11Column, kFreeBlue), Span(0, 375));
+  EXPECT_EQ(RowsOf(kLane11Column, kWideOrange), Span(436, 439));
+
+  // A classic chart draws the same objects as plain notes and no mine.
+  chart->modern = false;
+  DrawAt(400.0);
+  EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(176, 179));
+  EXPECT_TRUE(RowsOf(kLane11Column, kFreeBlue).empty());
+  DrawAt(0.0);
+  EXPECT_EQ(RowsOf(kLane11Column, kNoteRed), Span(376, 379));
+  EXPECT_TRUE(RowsOf(kLane11Column, kWideOrange).empty());
+
+  // Bent, reversed and extreme frames of a held note draw without fault; a
+  // head whose tail is missing keeps its picture and has no body.
+  chart->modern = true;
+  held = kHead;
+  chart->objects[kTail].kind = NoteKind::kNote;
+  for (float hiSpeed : {1e6f, -3.0f, 0.0f, 0.5f}) {
+    settings.hiSpeed = hiSpeed;
+    settings.nazo = settings.accel = settings.reverse = true;
+    for (double cur : {-1e12, 95.0, 650.0, 1e15}) DrawAt(cur);
+  }
+  settings = Settings{};
+  held = kNoPendingNote;
+  DrawAt(0.0);
+  EXPECT_EQ(RowsOf(kLane11Column, kGreatYellow), Span(376, 379));
+  EXPECT_TRUE(RowsOf(kLane11Column, kFreeBlue).empty());
+}
+
 // Judgements and combo line up on the side; a pending note is missed.
 TEST_F(FrameRendererTest, JudgementComboAndMissWhenDrawing) {
   settings.userPlay = true;

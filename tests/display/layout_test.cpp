@@ -78,6 +78,28 @@ TEST_F(LayoutTest, ReadsEveryKeyWhateverItsCaseAndFixedParts) {
   EXPECT_EQ(layout.gaugeStrips[1], (Rect{0, 112, 99, 121}));
 }
 
+// Long-note and mine pictures are named per note image; a layout without
+// them (every older one) leaves the renderer its own drawing.
+TEST_F(LayoutTest, ModernPicturesAreOptionalKeysPerNoteImage) {
+  const std::string lanes = "#OBJ01 0,0,10,4\r\n#OBJ02 0,8,16,4\r\n#KEY11 01,20,3\r\n#KEY12 02,30,3\r\n";
+  Load(lanes);
+  EXPECT_EQ(sink.lines.back(), "loadrect complete.");
+  for (const auto* table :
+       {&layout.modern.longHeads, &layout.modern.longBodies, &layout.modern.longTails, &layout.modern.mines}) {
+    EXPECT_EQ(layout.NamedOfLane(*table, 11), nullptr);
+  }
+  Load(lanes + "#LNH01 40,0,10,4\r\n#lnb01 52,0,10,1\r\n#LNT01 64,0,10,4\r\n#Min02 80,0,16,6\r\n");
+  EXPECT_EQ(sink.lines.back(), "loadrect complete.");
+  EXPECT_EQ(layout.NamedOfLane(layout.modern.longHeads, 11)->source, (Rect{40, 0, 50, 4}));
+  EXPECT_EQ(layout.NamedOfLane(layout.modern.longBodies, 11)->source, (Rect{52, 0, 62, 1}));
+  EXPECT_EQ(layout.NamedOfLane(layout.modern.longTails, 11)->offsetY, -4);
+  const NoteImage* mine = layout.NamedOfLane(layout.modern.mines, 12);
+  ASSERT_NE(mine, nullptr);
+  EXPECT_EQ((std::array{mine->source.left, mine->width, mine->height, mine->offsetY}), (std::array{80, 16, 6, -6}));
+  EXPECT_EQ(layout.NamedOfLane(layout.modern.mines, 11), nullptr);
+  EXPECT_EQ(layout.NamedOfLane(layout.modern.longHeads, 12), nullptr);
+}
+
 TEST_F(LayoutTest, GuideStylesAndTheRedFootOfLaneEleven) {
   Load("#OBJ01 0,0,10,4\r\n#OBJ02 0,0,30,10\r\n#KEY11 01,20,1\r\n#KEY12 01,50,2\r\n#KEY21 02,100,3\r\n");
   ASSERT_NE(media.guide(), nullptr);

@@ -6,6 +6,7 @@
 
 #include "chart/bms_reader.h"
 #include "tests/display/graphics_fixture.h"
+#include "tools/make_skin/skin_layout.h"
 
 namespace vremo::testing {
 namespace {
@@ -83,6 +84,41 @@ TEST_F(SnapshotTest, DoublePlayShowsBothSides) {
   };
   EXPECT_GT(redFeet(0, 200), 100);
   EXPECT_GT(redFeet(440, 640), 100);
+}
+
+// A modern chart with the default skin, before anything reaches the line:
+// in lane 11 a mine (foot at y 384) and a long note from 192 to 288 (feet
+// at 288 and 192). The body is the white note's middle row at half its
+// brightness, the mine the skin's own picture.
+TEST_F(SnapshotTest, ModernChartShowsLongNotesAndMines) {
+  SnapshotRequest request =
+      Request(folder.Write("modern.bms",
+                           "#PLAYER 1\r\n#BPM 120\r\n#LNTYPE 1\r\n#000D1:000A\r\n#00112:01\r\n#00151:01000100\r\n"),
+              0);
+  request.options = {"ModernReading=True"};
+  ASSERT_EQ(RunSnapshot(request, log, err), SnapshotResult::kWritten) << err.str();
+  const QImage frame(QString::fromStdString(request.outputPath));
+  const QImage skinPicture(QString::fromStdString(kAssets + "/default_skin.png"));
+  const int lane = skin::kSide1Left + skin::kScratchWidth;
+  auto at = [&frame](int x, int y) { return frame.pixel(x, y) & 0xFFFFFFu; };
+  int compared = 0;
+  for (int dx = 0; dx < skin::kWhiteWidth; ++dx) {
+    const QRgb note = skinPicture.pixel(skin::kWhiteNote.x + dx, skin::kWhiteNote.y + skin::kNoteHeight / 2);
+    const QRgb body = qRgb(qRed(note) / 2, qGreen(note) / 2, qBlue(note) / 2) & 0xFFFFFFu;
+    for (int y = 192; y < 288 - skin::kNoteHeight; ++y) ASSERT_EQ(at(lane + dx, y), body) << dx << "," << y;
+    for (int dy = 0; dy < skin::kNoteHeight; ++dy) {
+      const QRgb mine = skinPicture.pixel(skin::kWhiteMine.x + dx, skin::kWhiteMine.y + dy) & 0xFFFFFFu;
+      if (mine == 0) continue;
+      EXPECT_EQ(at(lane + dx, 384 - skin::kNoteHeight + dy), mine) << dx << "," << dy;
+      ++compared;
+    }
+  }
+  EXPECT_GT(compared, 150);
+  // Without the modern reading the lane holds loose notes and no body.
+  request.options.clear();
+  ASSERT_EQ(RunSnapshot(request, log, err), SnapshotResult::kWritten) << err.str();
+  const QImage classic(QString::fromStdString(request.outputPath));
+  EXPECT_EQ(classic.pixel(lane + 5, 240) & 0xFFFFFFu, 0u);
 }
 
 TEST_F(SnapshotTest, BadRequestsSayWhy) {

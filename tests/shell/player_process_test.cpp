@@ -19,8 +19,10 @@
 
 #include "chart/bms_reader.h"
 #include "shell/command_channel.h"
+#include "shell/key_map_file.h"
 #include "shell/play_list_file.h"
 #include "shell/send_mode.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/temp_folder.h"
 
 namespace vremo {
@@ -78,6 +80,10 @@ struct Output {
 class PlayerProcess : public ::testing::Test {
  protected:
   void SetUp() override {
+    Prepare();
+    StartPlayer();
+  }
+  void Prepare() {
     ::setenv("VREMO_HOME", folder.Path("home").c_str(), 1);
     ::setenv("XDG_RUNTIME_DIR", folder.Path("run").c_str(), 1);
     std::filesystem::create_directories(folder.Path("run"));
@@ -89,18 +95,21 @@ class PlayerProcess : public ::testing::Test {
     ::setenv("SDL_AUDIODRIVER", "dummy", 1);
     // What the desktop libraries keep until exit is no concern of this test.
     ::setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
-    StartPlayer();
   }
-  void StartPlayer() {
-    std::filesystem::remove(folder.Path("home/temp.dat"));
+  // `fileSizeLimit`: no file of the player grows past it (a full disk);
+  // `errors`: where its standard error goes; `user`: another user to run as.
+  void StartPlayer(rlim_t fileSizeLimit = RLIM_INFINITY, const std::string& errors = "/dev/null", uid_t user = 0) {
+    std::filesystem::remove(folder.Path(handOver_));
     player_ = ::fork();
     if (player_ == 0) {
-      ::freopen("/dev/null", "w", stderr);
+      ::freopen(errors.c_str(), "w", stderr);
+      if (fileSizeLimit != RLIM_INFINITY) testing::LimitFileSize(fileSizeLimit);
+      if (user != 0 && (::setgid(user) != 0 || ::setuid(user) != 0)) ::_exit(126);
       ::execl(VREMO_EXECUTABLE, VREMO_EXECUTABLE, static_cast<char*>(nullptr));
       ::_exit(127);
     }
     // The player is up once it has written temp.dat.
-    for (int i = 0; i < 200 && !std::filesystem::exists(folder.Path("home/temp.dat")); ++i) {
+    for (int i = 0; i < 200 && !std::filesystem::exists(folder.Path(handOver_)); ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
   }
@@ -135,7 +144,7 @@ class PlayerProcess : public ::testing::Test {
     return -1;
   }
   std::string Channel() const {
-    const std::string handOver = folder.Read("home/temp.dat");
+    const std::string handOver = folder.Read(handOver_);
     return handOver.substr(0, handOver.find_first_of("\r\n"));
   }
 
@@ -145,6 +154,7 @@ class PlayerProcess : public ::testing::Test {
       "[Setting]\r\nSleep=1\r\nHiSpeed=1\r\nRealHiSpeed=1\r\n";
   TempFolder folder;
   pid_t player_ = -1;
+  std::string handOver_ = "home/temp.dat";  // where the player names its channel
 };
 
 TEST_F(PlayerProcess, ChannelLoadsSeeksHandsOverAndQuits) {
@@ -294,6 +304,126 @@ TEST_F(PlayerProcess, EndingSignalsCloseAsTheWindowDoes) {
       }
     }
   }
+}
+
+// Faults around the real player: each time it goes on, says so, leaves the
+// user's files whole and answers its next command.
+class PlayerFaults : public PlayerProcess {
+ protected:
+  void SetUp() override { Prepare(); }
+  static constexpr rlim_t kDiskRoom = 4096;
+};
+
+TEST_F(PlayerFaults, FullDiskLostSoundAndAChartFolderGoingAway) {
+  // Every file the player writes is near or past the room left on the disk.
+  const std::string settings =
+      std::string(kSettings) + "UserPlay=True\r\nDontWait=True\r\n;" + std::string(kDiskRoom, 'n') + "\r\n";
+  const std::string keys = EncodeKeyMap(DefaultKeyMap()) + std::string(kDiskRoom, '\x7F');
+  const std::string scores = std::string(kDiskRoom - 60, 's');
+  ChartListInfo gone;
+  gone.path = folder.Path("gone/") + std::string(200, 'g') + ".bms";
+  const std::string list = EncodeListFile(std::vector<ChartListInfo>(20, gone));
+  const std::map<std::string, std::string> before{
+      {"vremo.ini", settings}, {"vrkeycnf.dat", keys}, {"vremoscore.txt", scores}, {"default.vrl", list}};
+  for (const auto& [name, bytes] : before) folder.Write("home/" + name, bytes);
+  // The disk driver's output fills the room at once: the device is lost in play.
+  ::setenv("SDL_AUDIODRIVER", "disk", 1);
+  ::setenv("SDL_DISKAUDIOFILE", folder.Path("home/sound.raw").c_str(), 1);
+  StartPlayer(kDiskRoom, folder.Path("errors.txt"));
+  Partner partner(Channel());
+  ASSERT_TRUE(partner.connected());
+
+  // A user play to its end: the score block does not fit and is not left half.
+  const std::string song = folder.Write("short.bms", "#PLAYER 1\r\n#BPM 240\r\n#00111:01\r\n#00211:01\r\n");
+  partner.Send("LLOAD " + song + "\n");
+  EXPECT_TRUE(partner.WaitFor("PLENGTH 2000\nPNEXT\n")) << partner.received();
+  partner.Send("LSTOP\n");
+  EXPECT_TRUE(partner.WaitFor("POK\n")) << partner.received();
+  EXPECT_EQ(folder.Read("home/vremoscore.txt"), scores);
+
+  // A chart whose folder goes away while its sounds load.
+  std::string chart = "#PLAYER 1\r\n#BPM 120\r\n";
+  for (int slot = 1; slot < 256; ++slot) {
+    char name[16];
+    std::snprintf(name, sizeof name, "%02X", slot);
+    chart += "#WAV" + std::string(name) + " s" + name + ".wav\r\n";
+    folder.Write("songs/many/s" + std::string(name) + ".wav", std::string(4096, '\0'));
+  }
+  const std::string many = folder.Write("songs/many/many.bms", chart + "#00111:01\r\n");
+  partner.Send("LLOAD " + many + "\n");
+  ASSERT_TRUE(partner.WaitFor("POK\n")) << partner.received();
+  std::filesystem::remove_all(folder.Path("songs"));
+  partner.Send("LSTOP\n");
+  EXPECT_TRUE(partner.WaitFor("POK\n")) << partner.received();
+
+  // Closing: nothing fits, everything stays as it was; the list says so.
+  partner.Send("LQUIT\n");
+  EXPECT_TRUE(partner.WaitFor("PCLOSE\n")) << partner.received();
+  EXPECT_EQ(WaitForExit(30), 0);
+  for (const auto& [name, bytes] : before) EXPECT_EQ(folder.Read("home/" + name), bytes) << name;
+  EXPECT_NE(folder.Read("errors.txt").find("an error occured in list saving process!"), std::string::npos)
+      << folder.Read("errors.txt");
+}
+
+TEST_F(PlayerFaults, NoSoundDeviceAndTheChannelsPlaceTaken) {
+  ::setenv("SDL_AUDIODRIVER", "no-such-driver", 1);
+  const std::string own = "run/vremo-" + std::to_string(::getuid());
+  const std::string taken = folder.Write(own + ".sock", "user's bytes");
+  StartPlayer();
+  // The channel goes beside the file, and temp.dat says where.
+  EXPECT_EQ(Channel(), folder.Path(own + "-1.sock"));
+  {
+    Partner partner(Channel());
+    partner.Send(std::string("LLOAD ") + VREMO_DEMO_CHART + "\n");
+    EXPECT_TRUE(partner.WaitFor("POK\nPLENGTH 55538\n")) << partner.received();
+  }
+  EXPECT_EQ(Run("--send LQUIT").status, 0);
+  EXPECT_EQ(WaitForExit(30), 0);
+  EXPECT_EQ(folder.Read(own + ".sock"), "user's bytes");
+
+  // A socket a crashed run left behind is ours to replace.
+  std::filesystem::remove(taken);
+  const int stale = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::snprintf(address.sun_path, sizeof address.sun_path, "%s", taken.c_str());
+  ASSERT_EQ(::bind(stale, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  ::close(stale);
+  StartPlayer();
+  EXPECT_EQ(Channel(), taken);
+  EXPECT_EQ(Run("--send LSTOP").text, "POK\n");
+}
+
+TEST_F(PlayerFaults, AHomeItMayNotWriteIsNamedAndLeftAlone) {
+  // Root writes everywhere: the player runs as nobody, the home stays root's.
+  if (::geteuid() != 0) GTEST_SKIP() << "runs the player as another user";
+  constexpr uid_t kNobody = 65534;
+  ::chmod(folder.Path("home").c_str(), 0700);
+  for (const char* own : {"nobody/run", "nobody/data"}) {
+    std::filesystem::create_directories(folder.Path(own));
+    ASSERT_EQ(::chown(folder.Path(own).c_str(), kNobody, kNobody), 0);
+    ::chmod(folder.Path(own).c_str(), 0700);
+  }
+  ::setenv("XDG_RUNTIME_DIR", folder.Path("nobody/run").c_str(), 1);
+  ::setenv("XDG_DATA_HOME", folder.Path("nobody/data").c_str(), 1);
+  handOver_ = "nobody/data/vremo/temp.dat";
+  StartPlayer(RLIM_INFINITY, folder.Path("errors.txt"), kNobody);
+  Partner partner(Channel());
+  ASSERT_TRUE(partner.connected()) << folder.Read("errors.txt");
+  const std::string song = folder.Write("short.bms", "#PLAYER 1\r\n#BPM 240\r\n#00111:01\r\n#00211:01\r\n");
+  partner.Send("LLOAD " + song + "\n");
+  EXPECT_TRUE(partner.WaitFor("POK\nPLENGTH 2000\n")) << partner.received();
+  partner.Send("LQUIT\n");
+  EXPECT_TRUE(partner.WaitFor("PCLOSE\n")) << partner.received();
+  EXPECT_EQ(WaitForExit(30), 0);
+  EXPECT_NE(folder.Read("errors.txt")
+                .find("vremo: Err: VREMO_HOME " + folder.Path("home") + " is not a writable folder; using " +
+                      folder.Path("nobody/data/vremo")),
+            std::string::npos)
+      << folder.Read("errors.txt");
+  EXPECT_EQ(folder.Read("home/vremo.ini"), kSettings);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path("home")), {}), 1);
+  EXPECT_TRUE(std::filesystem::exists(folder.Path("nobody/data/vremo/vremo.ini")));
 }
 
 }  // namespace

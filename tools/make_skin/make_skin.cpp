@@ -70,6 +70,11 @@ std::string LayoutText() {
   }
   text += "#FGREAT " + Numbers({kFGreatColumn, kJudgeTop, kJudgeWidth, kJudgeHeight, kFGreatFrames}) + "\r\n";
   text += PieceLine("#NUM", kDigits);
+  // Modern charts' landmines; players without them skip the lines.
+  text += PieceLine("#MIN" + TwoDigits(kWhiteImage), kWhiteMine);
+  text += PieceLine("#MIN" + TwoDigits(kBlueImage), kBlueMine);
+  text += PieceLine("#MIN" + TwoDigits(kScratchImage), kScratchMine);
+  text += PieceLine("#MIN" + TwoDigits(kFreeImage), kScratchMine);
   return text;
 }
 

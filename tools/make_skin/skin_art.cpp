@@ -56,6 +56,30 @@ void DrawNotes(QPainter& painter) {
   painter.fillRect(QRect(kBarLine.x, kBarLine.y, kBarLine.width, kBarLine.height), QColor(112, 112, 124));
 }
 
+// A landmine: red and dark hazard stripes inside a bright red rim, corners
+// transparent like the notes'.
+void DrawMine(QImage& skin, const Piece& piece) {
+  constexpr int kStripeWidth = 3;
+  const QRgb rim = qRgb(255, 70, 60);
+  const QRgb stripe = qRgb(214, 24, 30);
+  const QRgb dark = qRgb(40, 18, 24);
+  const int right = piece.width - 1;
+  const int bottom = piece.height - 1;
+  for (int y = 0; y <= bottom; ++y) {
+    for (int x = 0; x <= right; ++x) {
+      const bool edgeX = x == 0 || x == right;
+      const bool edgeY = y == 0 || y == bottom;
+      if (edgeX && edgeY) continue;
+      const QRgb colour = edgeX || edgeY ? rim : ((x + y) / kStripeWidth) % 2 == 0 ? stripe : dark;
+      skin.setPixel(piece.x + x, piece.y + y, colour);
+    }
+  }
+}
+
+void DrawMines(QImage& skin) {
+  for (const Piece& piece : {kWhiteMine, kBlueMine, kScratchMine}) DrawMine(skin, piece);
+}
+
 QFont WordFont(int pixelSize) {
   static const int fontId = QFontDatabase::addApplicationFont(kBoldFontFile);
   const QStringList families = QFontDatabase::applicationFontFamilies(fontId);
@@ -173,6 +197,7 @@ QImage DrawSkin() {
     DrawGaugeStrips(painter);
   }
   DrawFontCells(skin);
+  DrawMines(skin);
   return skin;
 }
 

@@ -36,6 +36,10 @@ inline constexpr Piece kBlueNote{24, 0, kBlueWidth, kNoteHeight};
 inline constexpr Piece kScratchNote{42, 0, kScratchWidth, kNoteHeight};
 inline constexpr Piece kFreeNote{78, 0, kScratchWidth, kNoteHeight};
 inline constexpr Piece kBarLine{0, 10, kSideWidth, 1};
+// Landmines, one per note width, in the free strip right of the notes.
+inline constexpr Piece kWhiteMine{120, 0, kWhiteWidth, kNoteHeight};
+inline constexpr Piece kBlueMine{144, 0, kBlueWidth, kNoteHeight};
+inline constexpr Piece kScratchMine{162, 0, kScratchWidth, kNoteHeight};
 
 // Judgement words: Poor, Bad, Good, Great stacked in one column, the fGreat
 // frames in the next; the digits 0 to 9 side by side below them.
