@@ -83,6 +83,12 @@ void LaneKeyInput::KeyUp(int32_t keyCode) {
   engine_.LaneReleased(lane);
 }
 
+void LaneKeyInput::ReleaseAllKeys() {
+  for (int32_t keyCode = 0; keyCode < kKeyCodeCount; ++keyCode) {
+    if (heldKeys_[keyCode]) KeyUp(keyCode);
+  }
+}
+
 bool LaneKeyInput::KeyHeld(int32_t keyCode) const { return ValidKey(keyCode) && heldKeys_[keyCode]; }
 
 bool LaneKeyInput::LaneHeld(int32_t channel) const {

@@ -46,6 +46,8 @@ class LaneKeyInput {
   // Releases the key and, when it has a lane, the lane (which lets go of a
   // long note the lane holds).
   void KeyUp(int32_t keyCode);
+  // KeyUp for every key held (the window lost the keyboard).
+  void ReleaseAllKeys();
 
   bool KeyHeld(int32_t keyCode) const;
   bool LaneHeld(int32_t channel) const;

@@ -92,6 +92,9 @@ void MainWindow::LoadLayout() {
 
 void MainWindow::changeEvent(QEvent* event) {
   QMainWindow::changeEvent(event);
+  // Keys let go while another window has the focus never send their
+  // release here: let go of every lane now, so no long note stays held.
+  if (event->type() == QEvent::ActivationChange && !isActiveWindow() && laneKeys_) laneKeys_->ReleaseAllKeys();
   if (event->type() != QEvent::WindowStateChange) return;
   // Nothing is seen while minimised: the play loop skips drawing.
   minimised_ = isMinimized();

@@ -58,6 +58,18 @@ TEST_F(LaneKeyTest, ALaneSoundsOnlyOnThePressThatHoldsIt) {
   EXPECT_EQ(sounds.restarts.size(), 2u);
 }
 
+// Losing the keyboard lets go of every key and lane: the next press sounds.
+TEST_F(LaneKeyTest, ReleasingAllKeysFreesEveryLane) {
+  engine.StartPlay();
+  engine.state().laneKeySound[0] = 3;
+  keys.KeyDown('Z');
+  keys.KeyDown('N');
+  keys.ReleaseAllKeys();
+  EXPECT_FALSE(keys.KeyHeld('Z') || keys.KeyHeld('N') || keys.LaneHeld(11) || keys.LaneHeld(21));
+  keys.KeyDown('Z');
+  EXPECT_EQ(sounds.restarts.size(), 2u);
+}
+
 TEST_F(LaneKeyTest, PressJudgesThePendingNoteAndIsRecorded) {
   AddObjects(*chart, {{0, kChannelBarLine, 0, 0}, {100, 11, 3}, {150, 11, 3}});
   settings.userRec = true;
