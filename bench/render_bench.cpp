@@ -16,13 +16,6 @@ constexpr int32_t kDensePosition = 26 * kUnitsPerMeasure;
 
 const std::filesystem::path kAssets = std::filesystem::path(__FILE__).parent_path().parent_path() / "assets";
 
-class QuietSink : public LogSink {
- public:
-  void AppendLine(std::string_view) override {}
-  void ReplaceText(std::string_view) override {}
-  void CaptionChanged(std::string_view, std::string_view) override {}
-};
-
 std::unique_ptr<SnapshotScene> DemoScene(DebugLog& log, bool guides) {
   Settings settings;
   settings.demoMode = true;
@@ -36,8 +29,7 @@ std::unique_ptr<SnapshotScene> DemoScene(DebugLog& log, bool guides) {
 }
 
 void DrawFrame(benchmark::State& state, bool guides, bool recompose) {
-  QuietSink sink;
-  DebugLog log(&sink);
+  DebugLog log;  // no sink: the lines go nowhere
   std::unique_ptr<SnapshotScene> scene = DemoScene(log, guides);
   for (auto _ : state) {
     if (recompose) scene->renderer().RequestBgaRefresh();

@@ -4,6 +4,7 @@
 
 #include <SDL.h>
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -92,9 +93,12 @@ void AudioDevice::RenderBlock(float* out, int frames) {
   MixerCommand command;
   while (commands_.Pop(command)) mixer_->Apply(command);
   mixer_->Render(out, frames);
-  for (int slot = 0; slot < kMaxMixerVoices; ++slot) {
+  // Only the voices in use; those a smaller count left behind read 0 again.
+  const int count = mixer_->voiceCount();
+  for (int slot = 0; slot < std::max(count, publishedCursors_); ++slot) {
     cursors_[slot].store(mixer_->CursorFrames(slot), std::memory_order_relaxed);
   }
+  publishedCursors_ = count;
 }
 
 bool AudioDevice::Send(const MixerCommand& command) {

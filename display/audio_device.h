@@ -77,6 +77,7 @@ class AudioDevice : public SoundOutput {
   std::unique_ptr<Mixer> mixer_;  // touched by the audio thread while open
   SpscRing<MixerCommand, kCommandRingSize> commands_;
   std::array<std::atomic<int64_t>, kMaxMixerVoices> cursors_{};
+  int publishedCursors_ = 0;  // cursors the callback last wrote (audio thread)
   // UI-thread side of the sounds' lifetime.
   std::array<std::shared_ptr<const SoundData>, kMaxMixerVoices> held_{};
   std::vector<std::pair<uint64_t, std::shared_ptr<const SoundData>>> retired_;

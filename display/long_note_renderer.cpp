@@ -3,6 +3,7 @@
 // landmines. Classic charts never reach this file.
 #include <algorithm>
 
+#include "chart/long_note_pairs.h"
 #include "display/frame_renderer.h"
 
 namespace vremo {
@@ -18,29 +19,6 @@ Colour Darker(Colour colour) {
   const uint32_t g = (colour >> 8) & 0xFF;
   const uint32_t b = colour & 0xFF;
   return Rgb(r / kBodyShadeDivisor, g / kBodyShadeDivisor, b / kBodyShadeDivisor);
-}
-
-// A head's tail: the next long-note end of its lane when that is a tail
-// (plain notes in between are passed over); -1 when there is none.
-int32_t LongTailOf(const Chart& chart, int32_t head) {
-  const int32_t channel = chart.objects[head].channel;
-  for (int32_t i = head + 1; i < chart.objectCount; ++i) {
-    const ChartObject& object = chart.objects[i];
-    if (object.channel != channel || object.kind == NoteKind::kNote) continue;
-    return object.kind == NoteKind::kLongTail ? i : -1;
-  }
-  return -1;
-}
-
-// A tail's head, the same way backwards.
-int32_t LongHeadOf(const Chart& chart, int32_t tail) {
-  const int32_t channel = chart.objects[tail].channel;
-  for (int32_t i = tail - 1; i >= 0; --i) {
-    const ChartObject& object = chart.objects[i];
-    if (object.channel != channel || object.kind == NoteKind::kNote) continue;
-    return object.kind == NoteKind::kLongHead ? i : -1;
-  }
-  return -1;
 }
 
 // The untransformed y of a position, held to the drawing area: a body never
@@ -64,17 +42,17 @@ void FrameRenderer::DrawLongBodies(const Frame& frame, int32_t firstIndex) {
   while (end < chart.objectCount && chart.objects[end].y < visibleEnd) ++end;
   for (const int32_t head : held) {
     if (head < 0 || head >= firstIndex || chart.objects[head].kind != NoteKind::kLongHead) continue;
-    const int32_t tail = LongTailOf(chart, head);
+    const int32_t tail = LongNoteTail(chart, head);
     if (tail >= end) DrawLongBody(frame, head, tail);
   }
   for (int32_t i = firstIndex; i < end; ++i) {
     const ChartObject& object = chart.objects[i];
     if (object.channel < kFirstLaneChannel || object.channel > kLastLaneChannel) continue;
     if (object.kind == NoteKind::kLongHead) {
-      DrawLongBody(frame, i, LongTailOf(chart, i));
+      DrawLongBody(frame, i, LongNoteTail(chart, i));
     } else if (object.kind == NoteKind::kLongTail) {
       // Heads before the window are found through their tails.
-      const int32_t head = LongHeadOf(chart, i);
+      const int32_t head = LongNoteHead(chart, i);
       if (head >= 0 && head < firstIndex) DrawLongBody(frame, head, i);
     }
   }

@@ -162,8 +162,8 @@ void Mixer::Render(float* out, int64_t frames) {
     const int block = static_cast<int>(std::min<int64_t>(frames, kMixerMaxBlock));
     float* fresh = mix_.data() + static_cast<std::ptrdiff_t>(lookahead_) * kSoundChannels;
     std::fill_n(fresh, block * kSoundChannels, 0.0f);
-    for (Voice& voice : voices_) {
-      if (voice.sounding) MixVoice(voice, fresh, block);
+    for (int slot = 0; slot < voiceCount_; ++slot) {  // voices past the count are silent
+      if (voices_[slot].sounding) MixVoice(voices_[slot], fresh, block);
     }
     ScaleNewFrames(fresh, block);
     LimitBlock(out, block);

@@ -53,6 +53,7 @@ class Mixer {
   // plays from the next call on is heard latencyFrames() frames later.
   void Render(float* out, int64_t frames);
   int latencyFrames() const { return lookahead_; }
+  int voiceCount() const { return voiceCount_; }
 
   // Frames of its sound the slot has played; 0 when it is not sounding.
   int64_t CursorFrames(int slot) const;

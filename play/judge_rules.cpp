@@ -2,6 +2,7 @@
 // and missed-note rules the renderer runs while it draws a frame.
 #include <cmath>
 
+#include "chart/long_note_pairs.h"
 #include "chart/numbers.h"
 #include "play/play_engine.h"
 
@@ -59,7 +60,8 @@ void PlayEngine::ApplyMissedNotes() {
     if (UnitsLate(chart_.objects[pending].y) < kMissedNoteDistance) continue;
     JudgeNote(pending, kMissedNoteLateness);
     // A long note whose head was missed cannot be held: its tail goes too.
-    if (chart_.objects[pending].kind == NoteKind::kLongHead) JudgeNote(TailOf(pending), kMissedNoteLateness);
+    if (chart_.objects[pending].kind == NoteKind::kLongHead)
+      JudgeNote(LongNoteTail(chart_, pending), kMissedNoteLateness);
     // By the lane's own side, not the player map: in double play this clears
     // the unused second combo (the Poor already cleared the player's own).
     scores_.players[ChannelGroup(lane + kFirstLaneChannel)].combo = 0;

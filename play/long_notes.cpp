@@ -5,29 +5,17 @@
 #include <algorithm>
 #include <cmath>
 
+#include "chart/long_note_pairs.h"
 #include "chart/numbers.h"
 #include "play/play_engine.h"
 
 namespace vremo {
 
-int32_t PlayEngine::TailOf(int32_t headIndex) const {
-  if (headIndex < 0 || headIndex >= chart_.objectCount) return -1;
-  const int32_t channel = chart_.objects[headIndex].channel;
-  // Notes the lane carries inside the long note are passed over; another
-  // head first means this one has no tail.
-  for (int32_t i = headIndex + 1; i < chart_.objectCount; ++i) {
-    const ChartObject& object = chart_.objects[i];
-    if (object.channel != channel || object.kind == NoteKind::kNote) continue;
-    return object.kind == NoteKind::kLongTail ? i : -1;
-  }
-  return -1;
-}
-
 void PlayEngine::HoldLongNote(int32_t objectIndex) {
   if (!chart_.modern || !PlayerHolds() || objectIndex < 0 || objectIndex >= chart_.objectCount) return;
   const ChartObject& head = chart_.objects[objectIndex];
   if (head.kind != NoteKind::kLongHead) return;
-  const int32_t tail = TailOf(objectIndex);
+  const int32_t tail = LongNoteTail(chart_, objectIndex);
   if (tail < 0) return;
   // A head pressed after its tail went by: the key is down past the tail.
   if (tail < state_.nextObject) {
@@ -41,7 +29,7 @@ void PlayEngine::LaneReleased(int32_t lane) {
   if (lane < 0 || lane >= kLaneChannelCount || !PlayerHolds()) return;
   int32_t& held = state_.laneHeldLong[lane];
   if (held == kNoPendingNote) return;
-  const int32_t tail = TailOf(held);
+  const int32_t tail = LongNoteTail(chart_, held);
   held = kNoPendingNote;
   if (tail < 0) return;
   // Within the Bad window the release is judged like a press; earlier it
@@ -53,7 +41,7 @@ void PlayEngine::LaneReleased(int32_t lane) {
 void PlayEngine::FireLongTail(int32_t index) {
   const int32_t lane = chart_.objects[index].channel - kFirstLaneChannel;
   int32_t& held = state_.laneHeldLong[lane];
-  if (held == kNoPendingNote || TailOf(held) != index) return;
+  if (held == kNoPendingNote || LongNoteTail(chart_, held) != index) return;
   held = kNoPendingNote;
   if (settings_.demoMode) {
     JudgeNote(index, 0);  // at its step, as automatic play judges heads

@@ -164,8 +164,6 @@ class PlayEngine {
   void HoldLongNote(int32_t objectIndex);
   // The lane's key went up: a held long note's tail is judged by the release.
   void LaneReleased(int32_t lane);
-  // The long-note tail that ends the head at `headIndex`, or -1.
-  int32_t TailOf(int32_t headIndex) const;
 
   PlayState& state() { return state_; }
   const PlayState& state() const { return state_; }

@@ -3,12 +3,16 @@
 #include <algorithm>
 #include <cmath>
 
+#include "chart/long_note_pairs.h"
 #include "chart/numbers.h"
 #include "play/number_format.h"
 #include "play/play_engine.h"
 
 namespace vremo {
 namespace {
+
+// A speed that would stall or reverse the modern clock plays at the normal speed.
+double ModernSpeed(double factor) { return factor > 0.0 && std::isfinite(factor) ? factor : 1.0; }
 
 constexpr int32_t kFpsIntervalMs = 1000;
 constexpr int32_t kMsPerMinute = 60000;
@@ -72,9 +76,7 @@ double PlayEngine::UnitsLate(double y) const {
 }
 
 void PlayEngine::SetModernClock(double ms) {
-  const float factor = settings_.realHiSpeed;
-  // A speed that would stall or reverse the clock plays at the normal speed.
-  state_.speed = factor > 0.0f && std::isfinite(factor) ? factor : 1.0;
+  state_.speed = ModernSpeed(settings_.realHiSpeed);
   const int32_t now = clock_.TickCount();
   state_.startTick = RoundToInt32(now - ms / state_.speed).value_or(state_.startTick);
   state_.elapsed = TicksBetween(now, state_.startTick);
@@ -87,7 +89,7 @@ void PlayEngine::SetModernClock(double ms) {
 void PlayEngine::ChangeSpeed(double factor) {
   if (!state_.running || factor == 0.0) return;
   if (chart_.modern) {
-    const double speed = factor > 0.0 && std::isfinite(factor) ? factor : 1.0;
+    const double speed = ModernSpeed(factor);
     // The map's time goes on from where it is.
     state_.chartMsOffset += (state_.speed - speed) * state_.elapsed;
     state_.speed = speed;
@@ -211,7 +213,7 @@ void PlayEngine::FireLaneObject(int32_t index, bool inTime) {
     JudgeNote(index, 0);
   }
   // Automatic play holds the long note down until its tail.
-  if (object.kind == NoteKind::kLongHead && !PlayerHolds() && TailOf(index) >= 0)
+  if (object.kind == NoteKind::kLongHead && !PlayerHolds() && LongNoteTail(chart_, index) >= 0)
     state_.laneHeldLong[object.channel - kFirstLaneChannel] = index;
 }
 
