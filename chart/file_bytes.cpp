@@ -107,4 +107,15 @@ std::string ReadFileBytes(const std::string& path, DebugLog& log) {
   return std::move(read.bytes);
 }
 
+bool WriteAllBytes(int fd, std::string_view bytes) {
+  size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    done += static_cast<size_t>(n);
+  }
+  return true;
+}
+
 }  // namespace vremo

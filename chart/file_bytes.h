@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 #include "chart/debug_log.h"
 
@@ -38,6 +39,10 @@ FileRead ReadWholeFile(const std::string& path, size_t maxBytes = kMaxFileBytes)
 // "Err[not exist] :": "Err[not a file] :fifo.bms", "Err[too large] :...",
 // "Err[read failed] :mem". Empty for kRead.
 std::string FileReadErrorLine(const FileRead& read, const std::string& path, size_t maxBytes = kMaxFileBytes);
+
+// Writes all of `bytes` to the open file, going on after short writes and
+// interrupted calls; false (errno set) when the system refuses the rest.
+bool WriteAllBytes(int fd, std::string_view bytes);
 
 // The log line for a file that could not be written, with the system's
 // reason: "Err[write failed] :vremo.ini (No space left on device)".

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "chart/file_bytes.h"
 #include "chart/numbers.h"
 #include "play/number_format.h"
 
@@ -118,13 +119,7 @@ bool AppendScoreLog(const std::string& folder, const Chart& chart, const ScoreBo
   if (fd < 0) return false;
   struct stat before {};
   const bool sized = ::fstat(fd, &before) == 0;
-  size_t done = 0;
-  bool ok = true;
-  while (ok && done < block.size()) {
-    const ssize_t n = ::write(fd, block.data() + done, block.size() - done);
-    ok = n > 0 || (n < 0 && errno == EINTR);
-    if (n > 0) done += static_cast<size_t>(n);
-  }
+  bool ok = WriteAllBytes(fd, block);
   const int error = errno;
   // A block cut short (a full disk) is taken back: the log keeps whole blocks.
   if (!ok && sized && ::ftruncate(fd, before.st_size) != 0) ok = false;

@@ -57,12 +57,7 @@ bool WriteFileAtomically(const std::string& path, std::string_view bytes) {
   bool ok = !existed || (old.st_uid == ::geteuid() && old.st_gid == ::getegid()) ||
             ::fchown(fd, old.st_uid, old.st_gid) == 0 || errno == EPERM;
   ok = ok && ::fchmod(fd, existed ? old.st_mode & kPermissionBits : kNewFileMode) == 0;
-  size_t done = 0;
-  while (ok && done < bytes.size()) {
-    const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-    ok = n > 0;
-    if (ok) done += static_cast<size_t>(n);
-  }
+  ok = ok && WriteAllBytes(fd, bytes);
   ok = ::fsync(fd) == 0 && ok;
   ok = ::close(fd) == 0 && ok;
   if (ok) ok = std::rename(name.data(), target.c_str()) == 0;
