@@ -5,6 +5,7 @@
 #include <SDL.h>
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <thread>
 
@@ -27,13 +28,30 @@ std::string DefaultDeviceName() {
   return "default";
 }
 
+// "5.3": milliseconds with one decimal, whatever the C locale says.
+std::string Milliseconds(int64_t frames, int32_t rate) {
+  char text[32];
+  const double ms = rate > 0 ? 1000.0 * static_cast<double>(frames) / rate : 0.0;
+  const auto end = std::to_chars(text, text + sizeof text, ms, std::chars_format::fixed, 1).ptr;
+  return std::string(text, end);
+}
+
 }  // namespace
+
+int32_t AudioBlockFramesFor(int32_t wanted) {
+  const int32_t clamped = std::clamp(wanted, kMinAudioBufferFrames, kMaxAudioBufferFrames);
+  int32_t lower = kMinAudioBufferFrames;
+  while (lower * 2 <= clamped) lower *= 2;
+  const int32_t upper = std::min(lower * 2, kMaxAudioBufferFrames);
+  return clamped - lower <= upper - clamped ? lower : upper;
+}
 
 AudioDevice::~AudioDevice() { Close(); }
 
 bool AudioDevice::Open(DebugLog& log, int32_t wantedRate, int32_t wantedFrames) {
   log.PutLog("initializing directsound...");
   Close();
+  requestedFrames_ = AudioBlockFramesFor(wantedFrames);
   SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");  // leave Ctrl+C and friends to the program
   if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) {
     log.PutLog("Err:DirectSound Initializing");
@@ -43,7 +61,7 @@ bool AudioDevice::Open(DebugLog& log, int32_t wantedRate, int32_t wantedFrames) 
   want.freq = wantedRate;
   want.format = AUDIO_F32SYS;
   want.channels = kSoundChannels;
-  want.samples = static_cast<Uint16>(wantedFrames);
+  want.samples = static_cast<Uint16>(requestedFrames_);
   want.callback = &AudioDevice::Callback;
   want.userdata = this;
   SDL_AudioSpec have{};
@@ -59,13 +77,20 @@ bool AudioDevice::Open(DebugLog& log, int32_t wantedRate, int32_t wantedFrames) 
   blockFrames_ = have.samples;
   mixer_ = std::make_unique<Mixer>(sampleRate_);
   mixer_->Apply({.kind = MixerCommand::Kind::kSetMasterVolume, .rate = masterVolume_});
+  mixer_->Apply({.kind = MixerCommand::Kind::kSetVoiceCount, .slot = static_cast<int16_t>(voiceCount_)});
   const char* driver = SDL_GetCurrentAudioDriver();
   deviceName_ = DefaultDeviceName();
   device_ = device;
   log_ = &log;
   SDL_PauseAudioDevice(device_, 0);
+  // SDL's callback hands the server one block at a time (PulseAudio's target
+  // length and PipeWire's node latency are set to it), so the delay this
+  // program adds is one block plus the mixer's look-ahead.
+  const int64_t delayFrames = int64_t{blockFrames_} + mixer_->latencyFrames();
   log.PutLog("  audio device: " + deviceName_ + " (" + (driver ? driver : "?") + "), " + std::to_string(sampleRate_) +
-             "Hz, " + std::to_string(blockFrames_) + " frames");
+             "Hz, " + std::to_string(blockFrames_) + " frames (" + Milliseconds(blockFrames_, sampleRate_) +
+             " ms), latency " + std::to_string(delayFrames) + " frames (" + Milliseconds(delayFrames, sampleRate_) +
+             " ms)");
   return true;
 }
 
@@ -165,6 +190,7 @@ void AudioDevice::StopAllVoices() {
 }
 
 void AudioDevice::SetVoiceCount(int count) {
+  voiceCount_ = count;
   Send({.kind = MixerCommand::Kind::kSetVoiceCount, .slot = static_cast<int16_t>(count)});
 }
 

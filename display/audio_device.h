@@ -23,11 +23,16 @@
 #include "display/mixer.h"
 #include "display/sound_output.h"
 #include "display/spsc_ring.h"
+#include "play/settings.h"
 
 namespace vremo {
 
 inline constexpr int32_t kDeviceSampleRate = 48000;  // asked for; the device may choose another
-inline constexpr int32_t kDeviceBlockFrames = 512;
+inline constexpr int32_t kDeviceBlockFrames = kDefaultAudioBufferFrames;
+
+// The block the device is asked for: `wanted` brought into the offered
+// range and to the nearest power of two (what sound servers take as is).
+int32_t AudioBlockFramesFor(int32_t wanted);
 inline constexpr size_t kCommandRingSize = 4096;
 
 class AudioDevice : public SoundOutput {
@@ -38,15 +43,19 @@ class AudioDevice : public SoundOutput {
   AudioDevice& operator=(const AudioDevice&) = delete;
 
   // InitDirectSound: logs "initializing directsound...", opens the default
-  // device and starts it, then logs its name, rate and block size; when SDL
-  // cannot open one, logs "Err:DirectSound Initializing" and returns false
-  // (the program goes on silently). Opening again closes the old device first.
+  // device with a block of AudioBlockFramesFor(wantedFrames) and starts it,
+  // then logs its name, rate, the block it granted and the delay from a
+  // voice command to the device (block plus the mixer's look-ahead); when
+  // SDL cannot open one, logs "Err:DirectSound Initializing" and returns
+  // false (the program goes on silently). Opening again closes the old
+  // device first.
   bool Open(DebugLog& log, int32_t wantedRate = kDeviceSampleRate, int32_t wantedFrames = kDeviceBlockFrames);
   // Stops the device and lets go of every sound (also done by the destructor).
   void Close();
   bool IsOpen() const { return device_ != 0; }
   int32_t sampleRate() const { return sampleRate_; }
   int32_t blockFrames() const { return blockFrames_; }
+  int32_t requestedFrames() const { return requestedFrames_; }  // the block the last Open asked for
   const std::string& deviceName() const { return deviceName_; }
 
   // SoundOutput. `atMs` is ignored: a live voice starts at once.
@@ -71,10 +80,12 @@ class AudioDevice : public SoundOutput {
   uint32_t device_ = 0;  // SDL_AudioDeviceID; 0 = none open
   int32_t sampleRate_ = 0;
   int32_t blockFrames_ = 0;
+  int32_t requestedFrames_ = 0;
   std::string deviceName_;
   DebugLog* log_ = nullptr;  // Open's log, for a device lost later
   float masterVolume_ = 1.0f;
-  std::unique_ptr<Mixer> mixer_;  // touched by the audio thread while open
+  int voiceCount_ = kMixerVoices;  // both kept for a device opened again
+  std::unique_ptr<Mixer> mixer_;   // touched by the audio thread while open
   SpscRing<MixerCommand, kCommandRingSize> commands_;
   std::array<std::atomic<int64_t>, kMaxMixerVoices> cursors_{};
   int publishedCursors_ = 0;  // cursors the callback last wrote (audio thread)

@@ -130,6 +130,8 @@ class PlayEngine {
   void StepFrame();
   void ShowPlayStatus();
   std::string PlayStatusText() const;
+  // A frame reached the screen: the fps meter of a host that counts them.
+  void CountPresentedFrame() { ++state_.framesThisSecond; }
   // The clock tick at which the current tempo reaches `position`.
   double ClockTimeOf(double position) const;
   // Restarts a slot's sound when the slot holds one.

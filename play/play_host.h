@@ -18,6 +18,12 @@ class PlayHost {
   virtual void ProcessMessages() {}
   // Pauses the loop; the headless driver advances its virtual clock instead.
   virtual void Sleep(int32_t /*ms*/) {}
+  // With VSync on, replaces Sleep: waits for the display's next refresh and
+  // lets the frame drawn then reach the screen. Without a display, Sleep.
+  virtual void WaitForRefresh(int32_t ms) { Sleep(ms); }
+  // Whether the host counts the frames it shows (CountPresentedFrame) for
+  // the fps meter; otherwise every drawn frame counts.
+  virtual bool CountsPresentedFrames() const { return false; }
   // The song-information display under the drawing area.
   virtual void ShowSongInfo(std::string_view /*text*/) {}
   // Sets the seek bar without seeking (the value the bar's own handler

@@ -88,7 +88,12 @@ bool PlayEngine::RunPass() {
   if (state_.framesThisSecond == 1) SetSeekBar();
   host_.ProcessMessages();
   const int64_t sleepMs = int64_t{settings_.sleepMs} + (state_.skipDrawing ? kSkipDrawingExtraSleepMs : 0);
-  host_.Sleep(static_cast<int32_t>(std::min<int64_t>(sleepMs, INT32_MAX)));
+  const auto pauseMs = static_cast<int32_t>(std::min<int64_t>(sleepMs, INT32_MAX));
+  if (settings_.vsync) {
+    host_.WaitForRefresh(pauseMs);
+  } else {
+    host_.Sleep(pauseMs);
+  }
   return state_.nextObject < chart_.objectCount && !state_.stopRequested;
 }
 

@@ -85,6 +85,9 @@ constexpr std::array kKeys = {
 // Options beyond the classic player, after its keys in the same sections.
 constexpr std::array kExtensionKeys = {
     SettingsKey{"Setting", "ModernReading", Field<&Settings::modernReading>},
+    SettingsKey{"Setting", "AudioBufferFrames", Field<&Settings::audioBufferFrames>, kMinAudioBufferFrames,
+                kMaxAudioBufferFrames},
+    SettingsKey{"Setting", "VSync", Field<&Settings::vsync>},
 };
 
 bool SameName(std::string_view a, std::string_view b) {

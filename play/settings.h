@@ -28,6 +28,11 @@ inline constexpr float kMaxRealHiSpeed = 2.0f;
 // Window places: X11 keeps coordinates and sizes in 16 bits.
 inline constexpr float kMinWindowCoordinate = -32768.0f;
 inline constexpr float kMaxWindowCoordinate = 32767.0f;
+// Frames per sound-device block: fewer is a shorter delay from a fired
+// sound to the speaker, more is safer on a busy machine.
+inline constexpr int32_t kDefaultAudioBufferFrames = 256;
+inline constexpr int32_t kMinAudioBufferFrames = 64;
+inline constexpr int32_t kMaxAudioBufferFrames = 1024;
 
 // A window's state as the settings file keeps it.
 inline constexpr int16_t kWindowNormal = 0;
@@ -83,7 +88,9 @@ struct Settings {
   // Beyond the classic player: written to the settings file only once they
   // differ from these defaults, so a file saved with them untouched stays
   // byte for byte what it was.
-  bool modernReading = false;  // long notes, stops, random blocks, LF lines
+  bool modernReading = false;                             // long notes, stops, random blocks, LF lines
+  int32_t audioBufferFrames = kDefaultAudioBufferFrames;  // sound-device block, applied when it opens
+  bool vsync = false;  // present frames in step with the display's refresh, not free-running
 };
 
 using OptionField = std::variant<bool*, int16_t*, int32_t*, float*, std::string*>;

@@ -133,7 +133,7 @@ void PlayEngine::StepFrame() {
     state_.framesThisSecond = 0;
     ShowPlayStatus();
   }
-  ++state_.framesThisSecond;
+  if (!host_.CountsPresentedFrames()) ++state_.framesThisSecond;
 
   ApplySoundChanges();
   if (settings_.playRec) ReplayRecord();

@@ -16,8 +16,23 @@ DrawArea::DrawArea(QWidget* parent) : QWidget(parent) {
 
 void DrawArea::Present(const Surface& back, const Rect& drawRect) {
   frame_ = back.image().copy(drawRect.left, drawRect.top, drawRect.Width(), drawRect.Height());
+  if (!paced_) {
+    ++presentCount_;
+    update();
+    return;
+  }
+  if (!armed_) return;
+  armed_ = false;
   ++presentCount_;
-  update();
+  repaint();  // now, at the refresh the loop waited for
+  emit FramePresented();
+}
+
+void DrawArea::SetPaced(bool paced) {
+  if (paced_ == paced) return;
+  paced_ = paced;
+  armed_ = false;
+  if (!paced_) update();
 }
 
 void DrawArea::paintEvent(QPaintEvent*) {

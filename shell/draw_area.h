@@ -25,9 +25,16 @@ class DrawArea : public QWidget, public FramePresenter {
   bool HasFrame() const { return !frame_.isNull(); }
   const QImage& frame() const { return frame_; }
   int32_t presentCount() const { return presentCount_; }
+  // Paced presentation (VSync): a frame reaches the screen only when the
+  // play loop armed the presenter at a refresh, and at once; frames drawn in
+  // between are kept for the next. Leaving it shows the latest frame.
+  void SetPaced(bool paced);
+  bool paced() const { return paced_; }
+  void ArmPresent() { armed_ = true; }
 
  signals:
   void DoubleClicked();
+  void FramePresented();  // a paced frame was painted
   void LeftPressed(int x, int y);
   void LeftDragged(int x, int y);
   void LeftReleased(int x, int y);
@@ -44,6 +51,8 @@ class DrawArea : public QWidget, public FramePresenter {
  private:
   QImage frame_;
   int32_t presentCount_ = 0;
+  bool paced_ = false;
+  bool armed_ = false;
 };
 
 }  // namespace vremo

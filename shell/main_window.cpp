@@ -104,6 +104,7 @@ void MainWindow::PreperForm() {
   connect(picDraw, &DrawArea::LeftPressed, this, &MainWindow::picDraw_Pressed);
   connect(picDraw, &DrawArea::LeftDragged, this, &MainWindow::picDraw_Dragged);
   connect(picDraw, &DrawArea::LeftReleased, this, &MainWindow::picDraw_Released);
+  connect(picDraw, &DrawArea::FramePresented, this, [this] { engine_->CountPresentedFrame(); });
   hscSeek = new SeekBar;
   hscSeek->setObjectName("hscSeek");
   hscSeek->setToolTip(tr("Position in the song (chart units)"));
@@ -211,6 +212,9 @@ void MainWindow::StartUp() {
   settings_ = UnsetSettings();
   const bool hadFile = ReadSettings(programFolder_ + "/" + std::string(kSettingsFileName), settings_, log_);
   if (hadFile) ApplyPlacement(*this, settings_.mainForm);
+  // The block the device can take, shown as such by its list.
+  settings_.audioBufferFrames = AudioBlockFramesFor(settings_.audioBufferFrames);
+  ApplyAudioBuffer();
   ApplySettingsToControls();
   LoadLayout();
   DispResizeNow();
@@ -218,6 +222,13 @@ void MainWindow::StartUp() {
   log_.PutLog("--------------------");
   log_.PutLog("Initialize complete.");
   DrawIdleFrame();
+}
+
+// A block other than the one the device was opened with takes effect by
+// opening it again (sounding voices stop; the loaded sounds stay).
+void MainWindow::ApplyAudioBuffer() {
+  if (AudioBlockFramesFor(settings_.audioBufferFrames) == audio_.requestedFrames()) return;
+  audio_.Open(log_, kDeviceSampleRate, settings_.audioBufferFrames);
 }
 
 void MainWindow::Quit() { close(); }

@@ -11,6 +11,7 @@
 
 #include <QMainWindow>
 #include <QSystemTrayIcon>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -125,12 +126,15 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   const std::string& playTag() const { return playTag_; }
   bool fullScreen() const { return media_->display().fullScreen; }
   const std::string& programFolder() const { return programFolder_; }
+  const AudioDevice& audio() const { return audio_; }
   // The latest hot-key status message.
   const std::string& statusMessage() const { return lastStatusMessage_; }
 
   // --- PlayHost.
   void ProcessMessages() override;
   void Sleep(int32_t ms) override;
+  void WaitForRefresh(int32_t ms) override;
+  bool CountsPresentedFrames() const override;
   void ShowSongInfo(std::string_view text) override;
   void SetSeekBarByProgram(int16_t position) override;
   void StartPlayTimer() override;
@@ -213,6 +217,8 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   void ApplyDrawSizeMode();
   void LoadLayout();
   void ModifyIcon(const QString& text);
+  // Opens the sound device again when AudioBufferFrames asks for another block.
+  void ApplyAudioBuffer();
   void MakeTrayIcon();
 
   std::string programFolder_;
@@ -246,6 +252,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   bool savedAutoHide_ = false;
   bool savedWSize_ = false;
   QSize fixedDrawSize_;
+  std::chrono::steady_clock::time_point nextRefresh_{};  // VSync: when the next frame is due
   std::function<void()> nextSong_;
   std::function<void()> previousSong_;
   std::function<void()> playStart_;
@@ -271,7 +278,9 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   QCheckBox* chkDEMO = nullptr;
   QCheckBox* chkTitle = nullptr;
   QCheckBox* chkAutoHide = nullptr;
-  QCheckBox* chkModern = nullptr;  // the modern reading, on the Notes page
+  QCheckBox* chkModern = nullptr;       // the modern reading, on the Notes page
+  QCheckBox* chkVSync = nullptr;        // frames in step with the display, on the Display page
+  QComboBox* cmbAudioBuffer = nullptr;  // the sound device's block, on the Sound page
   std::vector<QCheckBox*> chkSet;
   std::vector<QCheckBox*> chkUPSet;
   std::vector<QRadioButton*> optSelSet;

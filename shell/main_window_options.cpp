@@ -36,6 +36,7 @@ const QStringList kFreqItems = {"0.5", "0.6",  "0.7", "0.75", "0.8", "0.9",  "1"
                                 "1.2", "1.25", "1.3", "1.4",  "1.5", "1.75", "2"};
 const QStringList kSleepItems = {"0", "1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "15", "20"};
 const QStringList kSizeItems = {"1", "1.25", "1.5", "1.75", "2", "2.5", "3"};
+const QStringList kAudioBufferItems = {"64", "128", "256", "512", "1024"};
 
 }  // namespace
 
@@ -139,6 +140,19 @@ QWidget* MainWindow::MakeOptionsPanel() {
                           tr("Long notes, stops, #RANDOM blocks, LF line ends, Korean text (from the next load)"));
   chkModern->setObjectName("chkModern");
   pages[2]->addWidget(chkModern, static_cast<int>(noteNames.size()) / 2, 0, 1, 2);
+  chkVSync = OptionCheck(tr("VSync"), "Setting.VSync",
+                         tr("Show each frame at the display's refresh instead of pausing by Sleep"));
+  chkVSync->setObjectName("chkVSync");
+  const int displayRow = (pages[0]->count() + 1) / 2;
+  pages[0]->addWidget(chkVSync, displayRow, 0, 1, 2);
+  cmbAudioBuffer = OptionList("cmbAudioBuffer", "Setting.AudioBufferFrames", kAudioBufferItems,
+                              tr("Frames per sound-device block: fewer sound sooner, more are safer"));
+  connect(cmbAudioBuffer, &QComboBox::currentTextChanged, this, [this] {
+    if (!applyingSettings_) ApplyAudioBuffer();
+  });
+  const int soundRow = (pages[1]->count() + 1) / 2;
+  pages[1]->addWidget(new QLabel(tr("Audio buffer")), soundRow, 0);
+  pages[1]->addWidget(cmbAudioBuffer, soundRow, 1);
   optSelSet[0]->setChecked(true);
   column->addWidget(optionPages);
 

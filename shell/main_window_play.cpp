@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollBar>
 #include <QStyle>
 #include <QTimer>
@@ -27,6 +28,17 @@
 #include "shell/title_strip.h"
 
 namespace vremo {
+namespace {
+
+// VSync pacing: the refresh assumed when the screen reports none, how close
+// to the refresh the wait stops running events and spins, and how far
+// behind the loop may fall before it starts counting refreshes afresh.
+constexpr double kFallbackRefreshHz = 60.0;
+constexpr auto kRefreshSpinMargin = std::chrono::microseconds(1500);
+constexpr auto kRefreshWaitSlice = std::chrono::milliseconds(1);
+constexpr int kRefreshesBeforeResync = 4;
+
+}  // namespace
 
 void MainWindow::RequestPlay(const std::string& path) {
   playTag_ = path;
@@ -96,10 +108,12 @@ void MainWindow::timPlay_Timer() {
   inPlaySequence_ = true;
   if (playStart_) playStart_();
   picDraw->setFocus();
+  picDraw->SetPaced(settings_.vsync);
   engine_->StartPlay();
   ApplyAutoHide();
   while (engine_->PlayPass()) {
   }
+  picDraw->SetPaced(false);
   inPlaySequence_ = false;
   ApplyAutoHide();
   SetSeekBarByProgram(0);
@@ -247,6 +261,27 @@ void MainWindow::ProcessMessages() { QCoreApplication::processEvents(QEventLoop:
 void MainWindow::Sleep(int32_t ms) {
   if (ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
+
+// Waits for the display's next refresh, on a steady grid of refresh periods:
+// events run while it is far off, the last stretch is spun for precision;
+// then the next frame drawn is painted at once.
+void MainWindow::WaitForRefresh(int32_t) {
+  using SteadyTime = std::chrono::steady_clock;
+  const QScreen* screen = picDraw->screen();
+  const double hz = screen != nullptr && screen->refreshRate() > 1.0 ? screen->refreshRate() : kFallbackRefreshHz;
+  const auto period = std::chrono::duration_cast<SteadyTime::duration>(std::chrono::duration<double>(1.0 / hz));
+  const auto now = SteadyTime::now();
+  if (now - nextRefresh_ > period * kRefreshesBeforeResync) nextRefresh_ = now;
+  while (nextRefresh_ <= now) nextRefresh_ += period;
+  while (nextRefresh_ - SteadyTime::now() > kRefreshSpinMargin) {
+    ProcessMessages();
+    std::this_thread::sleep_for(kRefreshWaitSlice);
+  }
+  while (SteadyTime::now() < nextRefresh_) std::this_thread::yield();
+  picDraw->ArmPresent();
+}
+
+bool MainWindow::CountsPresentedFrames() const { return picDraw->paced(); }
 
 void MainWindow::ShowSongInfo(std::string_view text) { lblInfo->setText(ToQString(text)); }
 

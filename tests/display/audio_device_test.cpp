@@ -63,6 +63,15 @@ TEST_F(AudioDeviceTest, OpensOnTheDummyDriverAndPlays) {
   EXPECT_EQ(sink_.lines[0], "initializing directsound...");
   EXPECT_EQ(sink_.lines[1].rfind("  audio device: ", 0), 0u) << sink_.lines[1];
   EXPECT_NE(sink_.lines[1].find(std::to_string(device.sampleRate()) + "Hz"), std::string::npos);
+  EXPECT_EQ(device.blockFrames(), kDefaultAudioBufferFrames);
+  EXPECT_NE(sink_.lines[1].find("Hz, 256 frames (5.3 ms), latency 304 frames (6.3 ms)"), std::string::npos)
+      << sink_.lines[1];
+  // The block asked for is a power of two within the offered range.
+  EXPECT_EQ(AudioBlockFramesFor(300), 256);
+  EXPECT_EQ(AudioBlockFramesFor(96), 64);
+  EXPECT_EQ(AudioBlockFramesFor(100), 128);
+  EXPECT_EQ(AudioBlockFramesFor(8), kMinAudioBufferFrames);
+  EXPECT_EQ(AudioBlockFramesFor(1 << 20), kMaxAudioBufferFrames);
 
   MixerSoundBank bank(device);
   ASSERT_TRUE(bank.LoadSound(0x10, WriteSecond()).loaded);
@@ -75,7 +84,8 @@ TEST_F(AudioDeviceTest, OpensOnTheDummyDriverAndPlays) {
   EXPECT_TRUE(WaitFor([&] { return bank.PlayCursor(0x10) == 0; }));
 
   bank.Restart(0x10, 0.0);
-  ASSERT_TRUE(device.Open(log_));
+  ASSERT_TRUE(device.Open(log_, kDeviceSampleRate, 64));
+  EXPECT_EQ(device.blockFrames(), 64);
   EXPECT_EQ(bank.PlayCursor(0x10), 0) << "the new device starts silent";
   bank.Restart(0x10, 0.0);
   EXPECT_TRUE(WaitFor([&] { return bank.PlayCursor(0x10) > 0; }));

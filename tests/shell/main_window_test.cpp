@@ -88,6 +88,55 @@ TEST_F(MainWindowTest, LaneKeysJudgeOncePerLanePressAndReleaseEndsThePlay) {
   EXPECT_TRUE(Log().contains("releasing memories...\n  play-loop end.")) << Log().toStdString();
 }
 
+// The sound block from the option panel reaches the device, which opens
+// again; with VSync a play shows frames only at refreshes, counts those for
+// the fps meter, and judges presses as before.
+TEST_F(MainWindowTest, AudioBufferReopensTheDeviceAndVSyncPacesAPlay) {
+  auto* buffer = Find<QComboBox>("cmbAudioBuffer");
+  EXPECT_EQ(buffer->currentText(), "256");
+  EXPECT_EQ(window->audio().blockFrames(), kDefaultAudioBufferFrames);
+  EXPECT_EQ(LogCount("initializing directsound..."), 1);
+  buffer->setCurrentText("64");
+  EXPECT_EQ(window->settings().audioBufferFrames, 64);
+  EXPECT_EQ(window->audio().blockFrames(), 64);
+  EXPECT_EQ(LogCount("initializing directsound..."), 2);
+  EXPECT_TRUE(Log().contains("Hz, 64 frames (1.3 ms), latency 112 frames (2.3 ms)")) << Log().toStdString();
+
+  const std::string chart =
+      folder.Write("paced.bms", Crlf({"#PLAYER 1", "#BPM 60", "#00111:01", "#00211:01", "#00911:01"}));
+  Find<QCheckBox>("chkVSync")->click();
+  ASSERT_TRUE(window->settings().vsync);
+  Find<QCheckBox>("chkUserPlay")->click();
+  const PlayerScore& score = window->engine().scores().players[0];
+  const PlayState& state = window->engine().state();
+  auto* draw = Find<DrawArea>("picDraw");
+  bool paced = false;
+  WhenPlaying([&] {
+    paced = draw->paced();
+    for (int nth = 0; nth < 2; ++nth) {
+      window->SeekTo(188 + 192 * nth);
+      int32_t note = -1;
+      for (int32_t i = 0, seen = 0; i < window->chart().objectCount && note < 0; ++i) {
+        if (window->chart().objects[i].channel == 11 && seen++ == nth) note = i;
+      }
+      WaitFor([&] { return state.lanePendingNote[0] == note; });
+      Key(Qt::Key_Z);
+      KeyUp(Qt::Key_Z);
+    }
+    // The loop presents again once this returns; the meter shows those frames.
+    const int32_t shown = draw->presentCount();
+    testing::WhenReady(
+        window.get(), [&, shown] { return state.framesLastSecond > 0 && draw->presentCount() > shown; },
+        [&] { window->RequestStop(); });
+  });
+  window->RequestPlay(chart);
+  ASSERT_TRUE(PlayEnds(1));
+  EXPECT_TRUE(paced);
+  EXPECT_FALSE(draw->paced());
+  EXPECT_EQ(score.fGreat + score.great + score.good + score.bad, 2);
+  EXPECT_EQ(score.poor, 0);
+}
+
 TEST_F(MainWindowTest, HotKeysStepTheRightListAndSwitchModes) {
   auto* hispeed = Find<QComboBox>("cmbHispeed");
   auto* freq = Find<QComboBox>("cmbFreq");

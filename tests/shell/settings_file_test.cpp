@@ -87,6 +87,17 @@ TEST_F(SettingsFile, NewerOptionsAreWrittenOnlyOnceSet) {
   EXPECT_NE(ReadFileBytes(path).find("WndAutoHide=0\r\nModernReading=False\r\n"), std::string::npos);
   EXPECT_EQ(Read(read), "read");
   EXPECT_FALSE(read.modernReading);
+
+  // The sound block and VSync join after it, in the table's order.
+  Settings timing;
+  ASSERT_TRUE(SetOptionText(timing, "AudioBufferFrames=64"));
+  ASSERT_TRUE(SetOptionText(timing, "VSync=True"));
+  ASSERT_TRUE(WriteSettings(path, timing));
+  EXPECT_NE(ReadFileBytes(path).find("ModernReading=False\r\nAudioBufferFrames=64\r\nVSync=True\r\n\r\n"),
+            std::string::npos);
+  EXPECT_EQ(Read(read), "read");
+  EXPECT_EQ(read.audioBufferFrames, 64);
+  EXPECT_TRUE(read.vsync);
 }
 
 TEST_F(SettingsFile, ExistingFileKeepsMissingKeysBadValuesAndCutsLongOnes) {
@@ -170,13 +181,16 @@ TEST_F(SettingsFile, NumbersComeBackWithinTheirControlsRange) {
   EXPECT_FLOAT_EQ(settings.mainForm.width, kMaxWindowCoordinate);
   EXPECT_EQ(settings.mainForm.windowState, kWindowMaximised);
 
-  folder.Write("vremo.ini", "[Setting]\r\nSleep=-3\r\nHiSpeed=0.1\r\nRealHiSpeed=0\r\nWndMode=9\r\nWndAutoHide=-1\r\n");
+  folder.Write("vremo.ini",
+               "[Setting]\r\nSleep=-3\r\nHiSpeed=0.1\r\nRealHiSpeed=0\r\nWndMode=9\r\nWndAutoHide=-1\r\n"
+               "AudioBufferFrames=8\r\n");
   Read(settings);
   EXPECT_EQ(settings.sleepMs, kMinSleepMs);
   EXPECT_FLOAT_EQ(settings.hiSpeed, kMinHiSpeed);
   EXPECT_FLOAT_EQ(settings.realHiSpeed, kMinRealHiSpeed);
   EXPECT_EQ(settings.wndMode, 1);
   EXPECT_EQ(settings.wndAutoHide, 0);
+  EXPECT_EQ(settings.audioBufferFrames, kMinAudioBufferFrames);
 
   // Missing and unconvertible numbers keep what the field held.
   folder.Write("vremo.ini", "[Setting]\r\nSleep=\r\nRealHiSpeed=fast\r\nHiSpeed=1e999\r\n");
