@@ -83,9 +83,10 @@ bool AudioDevice::Open(DebugLog& log, int32_t wantedRate, int32_t wantedFrames) 
   device_ = device;
   log_ = &log;
   SDL_PauseAudioDevice(device_, 0);
-  // SDL's callback hands the server one block at a time (PulseAudio's target
-  // length and PipeWire's node latency are set to it), so the delay this
-  // program adds is one block plus the mixer's look-ahead.
+  // SDL hands the sound server its block as the target (PipeWire's node
+  // latency, PulseAudio's target length), so PIPEWIRE_LATENCY or
+  // PULSE_LATENCY_MSEC (whole milliseconds) would at best say it again. The
+  // delay this program adds is one block plus the mixer's look-ahead.
   const int64_t delayFrames = int64_t{blockFrames_} + mixer_->latencyFrames();
   log.PutLog("  audio device: " + deviceName_ + " (" + (driver ? driver : "?") + "), " + std::to_string(sampleRate_) +
              "Hz, " + std::to_string(blockFrames_) + " frames (" + Milliseconds(blockFrames_, sampleRate_) +

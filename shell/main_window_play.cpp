@@ -108,7 +108,6 @@ void MainWindow::timPlay_Timer() {
   inPlaySequence_ = true;
   if (playStart_) playStart_();
   picDraw->setFocus();
-  picDraw->SetPaced(settings_.vsync);
   engine_->StartPlay();
   ApplyAutoHide();
   while (engine_->PlayPass()) {
@@ -259,14 +258,17 @@ void MainWindow::picDraw_Released(int, int) {
 void MainWindow::ProcessMessages() { QCoreApplication::processEvents(QEventLoop::AllEvents); }
 
 void MainWindow::Sleep(int32_t ms) {
+  picDraw->SetPaced(false);  // VSync off, or the wait for the last sounds: frames show as drawn
   if (ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
 // Waits for the display's next refresh, on a steady grid of refresh periods:
 // events run while it is far off, the last stretch is spun for precision;
-// then the next frame drawn is painted at once.
+// then the next frame drawn is painted at once. Pacing follows the setting
+// pass by pass, so VSync may be switched during a play.
 void MainWindow::WaitForRefresh(int32_t) {
   using SteadyTime = std::chrono::steady_clock;
+  picDraw->SetPaced(true);
   const QScreen* screen = picDraw->screen();
   const double hz = screen != nullptr && screen->refreshRate() > 1.0 ? screen->refreshRate() : kFallbackRefreshHz;
   const auto period = std::chrono::duration_cast<SteadyTime::duration>(std::chrono::duration<double>(1.0 / hz));

@@ -112,7 +112,6 @@ TEST_F(MainWindowTest, AudioBufferReopensTheDeviceAndVSyncPacesAPlay) {
   auto* draw = Find<DrawArea>("picDraw");
   bool paced = false;
   WhenPlaying([&] {
-    paced = draw->paced();
     for (int nth = 0; nth < 2; ++nth) {
       window->SeekTo(188 + 192 * nth);
       int32_t note = -1;
@@ -127,7 +126,10 @@ TEST_F(MainWindowTest, AudioBufferReopensTheDeviceAndVSyncPacesAPlay) {
     const int32_t shown = draw->presentCount();
     testing::WhenReady(
         window.get(), [&, shown] { return state.framesLastSecond > 0 && draw->presentCount() > shown; },
-        [&] { window->RequestStop(); });
+        [&] {
+          paced = draw->paced();
+          window->RequestStop();
+        });
   });
   window->RequestPlay(chart);
   ASSERT_TRUE(PlayEnds(1));
