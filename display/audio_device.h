@@ -29,11 +29,11 @@ namespace vremo {
 
 inline constexpr int32_t kDeviceSampleRate = 48000;  // asked for; the device may choose another
 inline constexpr int32_t kDeviceBlockFrames = kDefaultAudioBufferFrames;
+inline constexpr size_t kCommandRingSize = 4096;
 
 // The block the device is asked for: `wanted` brought into the offered
 // range and to the nearest power of two (what sound servers take as is).
 int32_t AudioBlockFramesFor(int32_t wanted);
-inline constexpr size_t kCommandRingSize = 4096;
 
 class AudioDevice : public SoundOutput {
  public:

@@ -15,15 +15,14 @@ DrawArea::DrawArea(QWidget* parent) : QWidget(parent) {
 }
 
 void DrawArea::Present(const Surface& back, const Rect& drawRect) {
+  if (paced_ && !armed_) return;  // a frame between two refreshes is never seen
   frame_ = back.image().copy(drawRect.left, drawRect.top, drawRect.Width(), drawRect.Height());
+  ++presentCount_;
   if (!paced_) {
-    ++presentCount_;
     update();
     return;
   }
-  if (!armed_) return;
   armed_ = false;
-  ++presentCount_;
   repaint();  // now, at the refresh the loop waited for
   emit FramePresented();
 }

@@ -27,7 +27,7 @@ class DrawArea : public QWidget, public FramePresenter {
   int32_t presentCount() const { return presentCount_; }
   // Paced presentation (VSync): a frame reaches the screen only when the
   // play loop armed the presenter at a refresh, and at once; frames drawn in
-  // between are kept for the next. Leaving it shows the latest frame.
+  // between are dropped. Leaving it shows the last frame presented.
   void SetPaced(bool paced);
   bool paced() const { return paced_; }
   void ArmPresent() { armed_ = true; }
