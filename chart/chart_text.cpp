@@ -12,12 +12,15 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 constexpr std::string_view kUtf8Bom = "\xEF\xBB\xBF";
+// Put in front of the text so that its first line is found like every other;
+// decoders leave room for it.
+constexpr std::u32string_view kLeadingLineEnd = U"\r\n";
 
 }  // namespace
 
 bool DecodeUtf8(std::string_view bytes, std::u32string& out) {
   out.clear();
-  out.reserve(bytes.size());
+  out.reserve(bytes.size() + kLeadingLineEnd.size());
   size_t i = 0;
   while (i < bytes.size()) {
     const auto b0 = static_cast<unsigned char>(bytes[i]);
@@ -51,24 +54,19 @@ bool DecodeUtf8(std::string_view bytes, std::u32string& out) {
   return true;
 }
 
-// Input and output go through small windows: garbage makes iconv stop at
-// every other byte, and each call must stay cheap (a sanitizer checks both
-// whole buffers on every call).
-std::u32string DecodeWithIconv(std::string_view bytes, const char* encoding, size_t* errors) {
-  std::u32string out;
-  size_t replaced = 0;
-  iconv_t cd = iconv_open("UTF-32LE", encoding);
-  if (cd == reinterpret_cast<iconv_t>(-1)) {
-    // No converter: keep ASCII, replace the rest.
-    for (char c : bytes) {
-      const bool ascii = static_cast<unsigned char>(c) < 0x80;
-      out.push_back(ascii ? static_cast<char32_t>(c) : kReplacement);
-      replaced += ascii ? 0 : 1;
-    }
-    if (errors != nullptr) *errors = replaced;
-    return out;
-  }
-  out.reserve(bytes.size());
+namespace {
+
+// The first byte value that can be the second byte of a double-byte
+// character in the code pages charts use (CP932, CP949): right after a
+// smaller byte iconv is always at a character's start.
+constexpr unsigned char kFirstTrailByte = 0x40;
+constexpr unsigned char kFirstNonAscii = 0x80;
+
+// Converts bytes that start and end on character boundaries. Input and
+// output go through small windows: garbage makes iconv stop at every other
+// byte, and each call must stay cheap (a sanitizer checks both whole buffers
+// on every call).
+void ConvertRun(iconv_t cd, std::string_view bytes, std::u32string& out, size_t& replaced) {
   constexpr size_t kWindowBytes = 4096;
   char buffer[kWindowBytes * 4];
   size_t pos = 0;
@@ -94,6 +92,48 @@ std::u32string DecodeWithIconv(std::string_view bytes, const char* encoding, siz
     out.push_back(kReplacement);
     ++replaced;
     ++pos;
+  }
+}
+
+// Appends the ASCII bytes from `pos` on, which these code pages map to
+// themselves; returns the position of the first other byte.
+size_t AppendAscii(std::string_view bytes, size_t pos, std::u32string& out) {
+  size_t end = pos;
+  while (end < bytes.size() && static_cast<unsigned char>(bytes[end]) < kFirstNonAscii) ++end;
+  const size_t start = out.size();
+  out.resize(start + (end - pos));
+  char32_t* to = out.data() + start;
+  for (size_t i = pos; i < end; ++i) *to++ = static_cast<unsigned char>(bytes[i]);
+  return end;
+}
+
+}  // namespace
+
+// Charts are nearly all ASCII: only the stretches around other bytes go
+// through iconv, whose per-character cost would otherwise dominate reading.
+std::u32string DecodeWithIconv(std::string_view bytes, const char* encoding, size_t* errors) {
+  std::u32string out;
+  size_t replaced = 0;
+  iconv_t cd = iconv_open("UTF-32LE", encoding);
+  if (cd == reinterpret_cast<iconv_t>(-1)) {
+    // No converter: keep ASCII, replace the rest.
+    for (char c : bytes) {
+      const bool ascii = static_cast<unsigned char>(c) < kFirstNonAscii;
+      out.push_back(ascii ? static_cast<char32_t>(c) : kReplacement);
+      replaced += ascii ? 0 : 1;
+    }
+    if (errors != nullptr) *errors = replaced;
+    return out;
+  }
+  out.reserve(bytes.size() + kLeadingLineEnd.size());
+  size_t pos = 0;
+  while (pos < bytes.size()) {
+    pos = AppendAscii(bytes, pos, out);
+    if (pos == bytes.size()) break;
+    size_t end = pos + 1;
+    while (end < bytes.size() && static_cast<unsigned char>(bytes[end - 1]) >= kFirstTrailByte) ++end;
+    ConvertRun(cd, bytes.substr(pos, end - pos), out, replaced);
+    pos = end;
   }
   iconv_close(cd);
   if (errors != nullptr) *errors = replaced;
@@ -156,7 +196,8 @@ std::u32string PrepareChartText(std::u32string text) {
     }
     text = std::move(converted);
   }
-  return U"\r\n" + text;
+  text.insert(0, kLeadingLineEnd);
+  return text;
 }
 
 void ForEachChartLine(const std::u32string& text, const std::function<void(std::u32string_view line)>& onLine) {
