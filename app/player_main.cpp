@@ -1,5 +1,6 @@
-// vremo: tool modes first; then one player per user: a second start hands
-// its command line to the running player and ends.
+// The player's entry, loaded by the vremo executable for everything but the
+// chart-only tool modes: the other tool modes first; then one player per
+// user: a second start hands its command line to the running player and ends.
 #include <QApplication>
 #include <cstdlib>
 #include <filesystem>
@@ -16,7 +17,7 @@
 #include "shell/quit_signals.h"
 #include "shell/tool_modes.h"
 
-int main(int argc, char** argv) {
+extern "C" int VremoPlayerMain(int argc, char** argv) {
   const std::vector<std::string> args(argv + 1, argv + argc);
   if (auto status = vremo::RunToolMode(args, std::cout, std::cerr)) return *status;
 
