@@ -66,8 +66,23 @@ void SortObjectsByY(ChartObject* objects, int32_t count) {
   std::vector<SortKey> keys(static_cast<size_t>(count));
   for (int32_t k = 0; k < count; ++k) keys[k] = {objects[k].y, k};
   SortKeys(keys.data(), count);
-  const std::vector<ChartObject> unsorted(objects, objects + count);
-  for (int32_t k = 0; k < count; ++k) objects[k] = unsorted[keys[k].index];
+  // Entry k takes the object that was at keys[k].index, one cycle at a time.
+  constexpr int32_t kPlaced = -1;
+  for (int32_t k = 0; k < count; ++k) {
+    if (keys[k].index == kPlaced) continue;
+    const ChartObject first = objects[k];
+    int32_t to = k;
+    for (;;) {
+      const int32_t from = keys[to].index;
+      keys[to].index = kPlaced;
+      if (from == k) {
+        objects[to] = first;
+        break;
+      }
+      objects[to] = objects[from];
+      to = from;
+    }
+  }
 }
 
 }  // namespace vremo
