@@ -1,4 +1,4 @@
-// --info, --dump, --help, --version.
+// The tool modes' dispatch, --help and --version (--info and --dump: chart_modes.cpp).
 #include "shell/tool_modes.h"
 
 #include "shell/chart_modes.h"
