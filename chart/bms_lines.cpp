@@ -75,7 +75,7 @@ void ReadChannelLine(std::u32string_view line, ChartTables& t) {
   const float step = static_cast<float>(kUnitsPerMeasure) / static_cast<float>(pairs);
   for (size_t i = 0; i < pairs; ++i) {
     const std::u32string_view pair = data.substr(2 * i, 2);
-    if (pair == U"00") continue;
+    if (pair[0] == U'0' && pair[1] == U'0') continue;
     if (*t.objectCount >= kMaxObjects) {
       ++t.dropped.droppedObjects;
       continue;

@@ -107,13 +107,13 @@ HeaderHooks MediaHooks(Chart& chart, LoadContext& context, MediaLoadState& state
 int32_t LoadChart(const std::string& path, Chart& chart, LoadContext& context) {
   if (context.options.modernReading) return LoadModernChart(path, chart, context);
   if (!BeginLoad(path, chart, context)) return kLoadMissing;
-  const std::u32string text = PrepareChartText(DecodeChartBytes(ReadFileBytes(path, context.log)));
+  const std::string bytes = ReadFileBytes(path, context.log);
   BeginChartLines(path, chart, context);
 
   ChartTables tables = TablesOf(chart);
   MediaLoadState media;
   const HeaderHooks hooks = MediaHooks(chart, context, media);
-  ForEachChartLine(text, [&](std::u32string_view line) { ReadChartLine(line, tables, &hooks); });
+  ForEachChartTextLine(bytes, [&](std::u32string_view line) { ReadChartLine(line, tables, &hooks); });
 
   return CompileChart(chart, tables, context);
 }
@@ -140,8 +140,7 @@ std::optional<ChartListInfo> ReadChartHeader(const std::string& path) {
   tables.totalNotes = totalNotes;
   tables.sideUsed = sideUsed;
 
-  const std::u32string text = PrepareChartText(DecodeChartBytes(ReadFileBytes(path)));
-  ForEachChartLine(text, [&](std::u32string_view line) { ReadChartLine(line, tables, nullptr); });
+  ForEachChartTextLine(ReadFileBytes(path), [&](std::u32string_view line) { ReadChartLine(line, tables, nullptr); });
   if (objectCount == 0) return info;
 
   MakeRoomForBarLines(tables);

@@ -12,12 +12,17 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 constexpr std::string_view kUtf8Bom = "\xEF\xBB\xBF";
+// Put in front of the text so that its first line is found like every other;
+// decoders leave room for it.
+constexpr std::u32string_view kLeadingLineEnd = U"\r\n";
+// What a chart that is not UTF-8 is written in.
+constexpr const char* kChartCodePage = "CP932";
 
 }  // namespace
 
 bool DecodeUtf8(std::string_view bytes, std::u32string& out) {
   out.clear();
-  out.reserve(bytes.size());
+  out.reserve(bytes.size() + kLeadingLineEnd.size());
   size_t i = 0;
   while (i < bytes.size()) {
     const auto b0 = static_cast<unsigned char>(bytes[i]);
@@ -51,24 +56,19 @@ bool DecodeUtf8(std::string_view bytes, std::u32string& out) {
   return true;
 }
 
-// Input and output go through small windows: garbage makes iconv stop at
-// every other byte, and each call must stay cheap (a sanitizer checks both
-// whole buffers on every call).
-std::u32string DecodeWithIconv(std::string_view bytes, const char* encoding, size_t* errors) {
-  std::u32string out;
-  size_t replaced = 0;
-  iconv_t cd = iconv_open("UTF-32LE", encoding);
-  if (cd == reinterpret_cast<iconv_t>(-1)) {
-    // No converter: keep ASCII, replace the rest.
-    for (char c : bytes) {
-      const bool ascii = static_cast<unsigned char>(c) < 0x80;
-      out.push_back(ascii ? static_cast<char32_t>(c) : kReplacement);
-      replaced += ascii ? 0 : 1;
-    }
-    if (errors != nullptr) *errors = replaced;
-    return out;
-  }
-  out.reserve(bytes.size());
+namespace {
+
+// The first byte value that can be the second byte of a double-byte
+// character in the code pages charts use (CP932, CP949): right after a
+// smaller byte iconv is always at a character's start.
+constexpr unsigned char kFirstTrailByte = 0x40;
+constexpr unsigned char kFirstNonAscii = 0x80;
+
+// Converts bytes that start and end on character boundaries. Input and
+// output go through small windows: garbage makes iconv stop at every other
+// byte, and each call must stay cheap (a sanitizer checks both whole buffers
+// on every call).
+void ConvertRun(iconv_t cd, std::string_view bytes, std::u32string& out, size_t& replaced) {
   constexpr size_t kWindowBytes = 4096;
   char buffer[kWindowBytes * 4];
   size_t pos = 0;
@@ -95,13 +95,73 @@ std::u32string DecodeWithIconv(std::string_view bytes, const char* encoding, siz
     ++replaced;
     ++pos;
   }
-  iconv_close(cd);
+}
+
+// Appends the ASCII bytes from `pos` on, which these code pages map to
+// themselves; returns the position of the first other byte.
+size_t AppendAscii(std::string_view bytes, size_t pos, std::u32string& out) {
+  size_t end = pos;
+  while (end < bytes.size() && static_cast<unsigned char>(bytes[end]) < kFirstNonAscii) ++end;
+  const size_t start = out.size();
+  out.resize(start + (end - pos));
+  char32_t* to = out.data() + start;
+  for (size_t i = pos; i < end; ++i) *to++ = static_cast<unsigned char>(bytes[i]);
+  return end;
+}
+
+// Decodes pieces of one text in an iconv encoding. Charts are nearly all
+// ASCII: only the stretches around other bytes go through iconv, whose
+// per-character cost would otherwise dominate reading.
+class IconvDecoder {
+ public:
+  explicit IconvDecoder(const char* encoding) : cd_(iconv_open("UTF-32LE", encoding)) {}
+  ~IconvDecoder() {
+    if (open()) iconv_close(cd_);
+  }
+  IconvDecoder(const IconvDecoder&) = delete;
+  IconvDecoder& operator=(const IconvDecoder&) = delete;
+
+  // Appends the characters of bytes that start on a character's start.
+  void Append(std::string_view bytes, std::u32string& out, size_t& replaced) {
+    if (!open()) {
+      // No converter: keep ASCII, replace the rest.
+      for (char c : bytes) {
+        const bool ascii = static_cast<unsigned char>(c) < kFirstNonAscii;
+        out.push_back(ascii ? static_cast<char32_t>(c) : kReplacement);
+        replaced += ascii ? 0 : 1;
+      }
+      return;
+    }
+    size_t pos = 0;
+    while (pos < bytes.size()) {
+      pos = AppendAscii(bytes, pos, out);
+      if (pos == bytes.size()) break;
+      size_t end = pos + 1;
+      while (end < bytes.size() && static_cast<unsigned char>(bytes[end - 1]) >= kFirstTrailByte) ++end;
+      ConvertRun(cd_, bytes.substr(pos, end - pos), out, replaced);
+      pos = end;
+    }
+  }
+
+ private:
+  bool open() const { return cd_ != reinterpret_cast<iconv_t>(-1); }
+  iconv_t cd_;
+};
+
+}  // namespace
+
+std::u32string DecodeWithIconv(std::string_view bytes, const char* encoding, size_t* errors) {
+  std::u32string out;
+  size_t replaced = 0;
+  IconvDecoder decoder(encoding);
+  out.reserve(bytes.size() + kLeadingLineEnd.size());
+  decoder.Append(bytes, out, replaced);
   if (errors != nullptr) *errors = replaced;
   return out;
 }
 
 namespace {
-std::u32string DecodeCp932(std::string_view bytes) { return DecodeWithIconv(bytes, "CP932", nullptr); }
+std::u32string DecodeCp932(std::string_view bytes) { return DecodeWithIconv(bytes, kChartCodePage, nullptr); }
 }  // namespace
 
 std::u32string DecodeChartBytes(std::string_view bytes) {
@@ -156,7 +216,8 @@ std::u32string PrepareChartText(std::u32string text) {
     }
     text = std::move(converted);
   }
-  return U"\r\n" + text;
+  text.insert(0, kLeadingLineEnd);
+  return text;
 }
 
 void ForEachChartLine(const std::u32string& text, const std::function<void(std::u32string_view line)>& onLine) {
@@ -187,6 +248,47 @@ std::u32string_view TrimBlanks(std::u32string_view text) {
 std::u32string_view MidFrom(std::u32string_view text, size_t from) {
   if (from == 0 || from > text.size()) return {};
   return text.substr(from - 1);
+}
+
+}  // namespace vremo
+
+namespace vremo {
+
+// CR, LF and "#" are single bytes that never belong to another character in
+// CP932, so lines are found on the bytes, and only each line is decoded: the
+// whole text is never held as characters.
+void ForEachChartTextLine(std::string_view bytes, const std::function<void(std::u32string_view line)>& onLine) {
+  const size_t nul = bytes.find('\0');
+  if (nul != std::string_view::npos) bytes = bytes.substr(0, nul);
+  std::string_view body = bytes;
+  if (body.substr(0, kUtf8Bom.size()) == kUtf8Bom) body.remove_prefix(kUtf8Bom.size());
+  std::u32string text;
+  const bool utf8 = DecodeUtf8(body, text);
+  const bool oldMacintosh = bytes.find("\r\n") == std::string_view::npos && bytes.find('\r') != std::string_view::npos;
+  if (utf8 || oldMacintosh) {
+    if (!utf8) text = DecodeWithIconv(bytes, kChartCodePage, nullptr);
+    ForEachChartLine(PrepareChartText(std::move(text)), onLine);
+    return;
+  }
+  // As ForEachChartLine on the text with CR LF put in front (see there).
+  static constexpr std::string_view kLineStart = "\r\n#";
+  static constexpr std::string_view kLineEnd = "\r\n";
+  IconvDecoder decoder(kChartCodePage);
+  std::u32string line;
+  size_t replaced = 0;
+  size_t found = bytes.starts_with('#') ? 0 : bytes.find(kLineStart);
+  while (found != std::string_view::npos) {
+    // The text's first "#" follows the CR LF put in front of it.
+    const size_t start = found == 0 && bytes.starts_with('#') ? 1 : found + kLineStart.size();
+    const size_t end = start + 1 <= bytes.size() ? bytes.find(kLineEnd, start + 1) : std::string_view::npos;
+    line.clear();
+    decoder.Append(bytes.substr(start, end == std::string_view::npos ? std::string_view::npos : end - start), line,
+                   replaced);
+    // An unterminated last line loses its last character.
+    if (end == std::string_view::npos && !line.empty()) line.pop_back();
+    onLine(line);
+    found = end == std::string_view::npos ? end : bytes.find(kLineStart, end);
+  }
 }
 
 }  // namespace vremo

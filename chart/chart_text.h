@@ -35,6 +35,10 @@ std::u32string PrepareChartText(std::u32string text);
 // last character: both are how charts in circulation have always been read.
 void ForEachChartLine(const std::u32string& prepared, const std::function<void(std::u32string_view line)>& onLine);
 
+// Calls onLine as ForEachChartLine(PrepareChartText(DecodeChartBytes(bytes)))
+// would, without holding the whole text as characters.
+void ForEachChartTextLine(std::string_view bytes, const std::function<void(std::u32string_view line)>& onLine);
+
 // Blanks (U+0020 only) removed from both ends.
 std::u32string_view TrimBlanks(std::u32string_view text);
 

@@ -1,6 +1,7 @@
 // Number conversions with halves-to-even rounding and failure as "no value".
 #include "chart/numbers.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -12,9 +13,18 @@ namespace {
 bool IsDigit(char32_t c) { return c >= U'0' && c <= U'9'; }
 bool IsBlank(char32_t c) { return c == U' ' || c == U'\t'; }
 
+// std::floor without the library call for the values charts hold: every
+// position and tick goes through here.
+double Floor(double value) {
+  constexpr double kExactLimit = 4503599627370496.0;  // 2^52: every double beyond is whole
+  if (!(value > -kExactLimit && value < kExactLimit)) return std::floor(value);
+  const auto whole = static_cast<double>(static_cast<int64_t>(value));
+  return whole > value ? whole - 1.0 : whole;
+}
+
 // Rounds to nearest, halves to even, whatever the current rounding mode.
 double RoundHalfEven(double value) {
-  const double floor = std::floor(value);
+  const double floor = Floor(value);
   const double diff = value - floor;
   if (diff < 0.5) return floor;
   if (diff > 0.5) return floor + 1.0;
@@ -125,6 +135,14 @@ double LeadingNumber(std::u32string_view text) {
   if (pos < text.size() && (text[pos] == U'+' || text[pos] == U'-')) {
     negative = text[pos] == U'-';
     ++pos;
+  }
+  // Measure and channel numbers: plain digits, read without a conversion.
+  constexpr size_t kPlainDigits = 9;
+  const std::u32string_view rest = text.substr(pos);
+  if (!rest.empty() && rest.size() <= kPlainDigits && std::all_of(rest.begin(), rest.end(), IsDigit)) {
+    int32_t plain = 0;
+    for (char32_t c : rest) plain = plain * 10 + static_cast<int32_t>(c - U'0');
+    return negative ? -static_cast<double>(plain) : static_cast<double>(plain);
   }
   std::string body;
   ScanDecimal(text, pos, true, body);

@@ -1,13 +1,7 @@
-// --info, --dump, --help, --version.
+// The tool modes' dispatch, --help and --version (--info and --dump: chart_modes.cpp).
 #include "shell/tool_modes.h"
 
-#include <charconv>
-#include <memory>
-
-#include "chart/bms_reader.h"
-#include "chart/chart_compiler.h"
-#include "chart/chart_dump.h"
-#include "play/settings.h"
+#include "shell/chart_modes.h"
 #include "shell/render_mode.h"
 #include "shell/send_mode.h"
 #include "shell/snapshot_mode.h"
@@ -99,77 +93,7 @@ constexpr const char* kHelpText =
     "Exit status: 0 done, 1 the chart holds no object, 2 the chart file does not\n"
     "exist, 3 the output could not be written, 64 wrong usage.\n";
 
-int ExitStatusOf(int32_t result) {
-  if (result == kLoadOk) return kExitLoaded;
-  if (result == kLoadNoObject) return kExitNoObject;
-  return kExitMissing;
-}
-
-// Loads every chart into one Chart, as consecutive loads in the player;
-// only the last load's log lines reach `out` when printLog is set.
-int LoadCharts(const std::vector<std::string>& paths, const LoadOptions& options, bool info, std::ostream& out) {
-  auto chart = std::make_unique<Chart>();
-  MemoryLogSink sink;
-  DebugLog log(&sink);
-  NullMediaLoader media;
-  LoadContext context{log, media, options, {}};
-  int32_t result = kLoadMissing;
-  for (const std::string& path : paths) {
-    sink.lines.clear();
-    result = LoadChart(path, *chart, context);
-    if (result == kLoadOk) {
-      for (const std::string& line : SongInfoLines(*chart)) log.PutLog(line);
-    } else {
-      log.PutLog("BMS load error");
-    }
-  }
-  if (info) {
-    for (const std::string& line : sink.lines) out << line << '\n';
-  } else {
-    out << DumpChartJson(*chart);
-  }
-  out.flush();
-  return ExitStatusOf(result);
-}
-
 }  // namespace
-
-std::optional<uint32_t> ParseSeed(const std::string& text) {
-  uint32_t seed = 0;
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), seed);
-  if (text.empty() || result.ec != std::errc() || result.ptr != text.data() + text.size()) return std::nullopt;
-  return seed;
-}
-
-bool ParseLoadArguments(const std::vector<std::string>& args, LoadArguments& parsed, std::ostream& err) {
-  Settings settings;
-  parsed.options.noWav = true;
-  parsed.options.noBga = true;
-  for (size_t i = 0; i < args.size(); ++i) {
-    const std::string& arg = args[i];
-    if (arg != "--option" && arg != "--seed") {
-      parsed.paths.push_back(arg);
-      continue;
-    }
-    if (i + 1 >= args.size()) {
-      err << "vremo: " << arg << " needs a value\n";
-      return false;
-    }
-    const std::string& value = args[++i];
-    if (arg == "--seed") {
-      parsed.options.seed = ParseSeed(value);
-      if (!parsed.options.seed) {
-        err << "vremo: bad value for --seed: " << value << '\n';
-        return false;
-      }
-    } else if (!SetOptionText(settings, value)) {
-      err << "vremo: unknown option or bad value: " << value << '\n';
-      return false;
-    }
-  }
-  parsed.options.modernReading = settings.modernReading;
-  return true;
-}
 
 std::optional<int> RunToolMode(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
   if (args.empty()) return std::nullopt;

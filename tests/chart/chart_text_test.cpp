@@ -32,6 +32,27 @@ TEST(ChartLineSplitting, OnlyLinesStartingWithHashCountEndedByCrLf) {
   EXPECT_EQ(LinesOf("#TITLE a\n#00111:01\n"), (Lines{U"TITLE a\n#00111:01"}));
 }
 
+// The reader decodes line by line; it must find what the whole text gives.
+TEST(ChartLineSplitting, LineByLineDecodingGivesTheWholeTextsLines) {
+  auto lineByLine = [](const std::string& bytes) {
+    Lines lines;
+    ForEachChartTextLine(bytes, [&lines](std::u32string_view line) { lines.emplace_back(line); });
+    return lines;
+  };
+  // An unterminated last line loses its last character, a double-byte one whole.
+  EXPECT_EQ(lineByLine("#TITLE \x83\x65\r\n#ARTIST \x83\x65\x83\x58"), (Lines{U"TITLE \u30C6", U"ARTIST \u30C6"}));
+  for (const std::string& bytes : {
+           std::string("#TITLE \x83\x65\r\n#ARTIST \x83\x65\x83\x58"),
+           std::string("\r\n#GENRE \x81\r\n#TITLE \x83\xFF\x83\r\n#"),  // broken pairs, a last lone "#"
+           std::string("x\x83\r\n#\x83\x65\r\n#\r\n#BPM 1\r\n#\x83"),
+           std::string("\xEF\xBB\xBF#TITLE \xC3\xBC\r\n#GENRE \xE3\x83\x86"),  // UTF-8
+           std::string("#TITLE \x83\x65\r#GENRE \x81\r#00111:01\r"),           // CR only
+           std::string("#TITLE \x83\x65\r\n#\x83\x65\0#GENRE b\r\n", 22),      // up to the NUL
+       }) {
+    EXPECT_EQ(lineByLine(bytes), LinesOf(bytes)) << bytes;
+  }
+}
+
 TEST(ChartTextDecoding, Utf8AndShiftJisEndingAtTheFirstNul) {
   EXPECT_EQ(DecodeChartBytes("\xEF\xBB\xBF#TITLE \xC3\xBC"), U"#TITLE \u00FC");
   EXPECT_EQ(DecodeChartBytes("#TITLE \xE3\x83\x86"), U"#TITLE \u30C6");

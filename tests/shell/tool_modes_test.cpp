@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "chart/control_flow.h"
+#include "shell/chart_modes.h"
 #include "tests/chart/chart_fixture.h"
 
 namespace vremo {
@@ -84,6 +85,15 @@ TEST_F(ToolModes, DumpDescribesTheCompiledChart) {
 
 TEST_F(ToolModes, UsageHelpAndVersion) {
   EXPECT_EQ(RunTool({"--info"}).status, kExitUsage);
+  // The executable's own chart modes take plain chart loads only and print as the full program does.
+  const std::string path = Chart("a.bms", {"#TITLE T", "#00111:01"});
+  std::ostringstream out;
+  std::ostringstream err;
+  EXPECT_EQ(RunChartMode({"--dump", "--option", "ModernReading=True", "--seed", "1", path}, out, err), kExitLoaded);
+  EXPECT_EQ(out.str(), RunTool({"--dump", "--option", "ModernReading=True", "--seed", "1", path}).out);
+  EXPECT_EQ(RunChartMode({"--info"}, out, err), kExitUsage);
+  EXPECT_FALSE(RunChartMode({"--info", "--media", path}, out, err));
+  EXPECT_FALSE(RunChartMode({"--version"}, out, err));
   EXPECT_EQ(RunTool({"--version"}).out, "Vremo v0.26 release\n");
   EXPECT_NE(RunTool({"--help"}).out.find("--dump CHART..."), std::string::npos);
   EXPECT_FALSE(RunToolMode({"song.bms"}, std::cout, std::cerr));
