@@ -57,6 +57,7 @@ void PlayEngine::StartPlay() {
     SetTempo(static_cast<double>(chart_.bpm) * settings_.realHiSpeed);
   }
   state_.nextRecordEntry = 0;
+  nextReplayJudge_ = 0;
   scores_.ResetPlayers();
   log_.PutLog("  playloop start");
   playTimerActive_ = true;
@@ -89,7 +90,9 @@ bool PlayEngine::RunPass() {
   host_.ProcessMessages();
   const int64_t sleepMs = int64_t{settings_.sleepMs} + (state_.skipDrawing ? kSkipDrawingExtraSleepMs : 0);
   host_.Sleep(static_cast<int32_t>(std::min<int64_t>(sleepMs, INT32_MAX)));
-  return state_.nextObject < chart_.objectCount && !state_.stopRequested;
+  // Sounds held back by an audio offset still have to play.
+  const bool soundsLeft = SoundsAhead() && nextSoundObject_ < chart_.objectCount;
+  return (state_.nextObject < chart_.objectCount || soundsLeft) && !state_.stopRequested;
 }
 
 void PlayEngine::EndMainLoop() {

@@ -85,6 +85,10 @@ constexpr std::array kKeys = {
 // Options beyond the classic player, after its keys in the same sections.
 constexpr std::array kExtensionKeys = {
     SettingsKey{"Setting", "ModernReading", Field<&Settings::modernReading>},
+    SettingsKey{"Setting", "JudgeAtKeyTime", Field<&Settings::judgeAtKeyTime>},
+    SettingsKey{"Setting", "AudioOffset", Field<&Settings::audioOffsetMs>, kMinOffsetMs, kMaxOffsetMs},
+    SettingsKey{"Setting", "DisplayOffset", Field<&Settings::displayOffsetMs>, kMinOffsetMs, kMaxOffsetMs},
+    SettingsKey{"Setting", "JudgeOffset", Field<&Settings::judgeOffsetMs>, kMinOffsetMs, kMaxOffsetMs},
 };
 
 bool SameName(std::string_view a, std::string_view b) {

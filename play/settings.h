@@ -28,6 +28,9 @@ inline constexpr float kMaxRealHiSpeed = 2.0f;
 // Window places: X11 keeps coordinates and sizes in 16 bits.
 inline constexpr float kMinWindowCoordinate = -32768.0f;
 inline constexpr float kMaxWindowCoordinate = 32767.0f;
+// Audio, display and judgement offsets in milliseconds.
+inline constexpr int32_t kMinOffsetMs = -500;
+inline constexpr int32_t kMaxOffsetMs = 500;
 
 // A window's state as the settings file keeps it.
 inline constexpr int16_t kWindowNormal = 0;
@@ -83,7 +86,13 @@ struct Settings {
   // Beyond the classic player: written to the settings file only once they
   // differ from these defaults, so a file saved with them untouched stays
   // byte for byte what it was.
-  bool modernReading = false;  // long notes, stops, random blocks, LF lines
+  bool modernReading = false;   // long notes, stops, random blocks, LF lines
+  bool judgeAtKeyTime = false;  // presses judged at their own time, not the next pass
+  // Offsets in ms; positive means the player hears, sees or presses that much
+  // late, and the play makes up for it.
+  int32_t audioOffsetMs = 0;    // sounds start this much earlier
+  int32_t displayOffsetMs = 0;  // notes are drawn this much ahead
+  int32_t judgeOffsetMs = 0;    // presses are judged this much earlier
 };
 
 using OptionField = std::variant<bool*, int16_t*, int32_t*, float*, std::string*>;

@@ -13,6 +13,7 @@
 #include <QSystemTrayIcon>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,10 +33,12 @@
 class QAbstractButton;
 class QCheckBox;
 class QComboBox;
+class QGridLayout;
 class QLabel;
 class QPlainTextEdit;
 class QPushButton;
 class QRadioButton;
+class QSpinBox;
 class QStackedWidget;
 class QTimer;
 
@@ -172,6 +175,8 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   // (unless settings are being applied), then the control's own action runs.
   void BindOption(QWidget* control, const std::string& key, std::function<void()> action = {});
   void ApplySettingsToControls();
+  void AddTimingOptions(QGridLayout& grid);
+  void cmdCalibrate_Click();
   void ReadControlsIntoSettings();
   void FillRectList();
   std::string RectPath(const std::string& name) const;
@@ -198,8 +203,9 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   void picDraw_Released(int x, int y);
 
   // main_window_keys.cpp: hot keys and lane keys.
-  bool Form_KeyDown(int32_t keyCode, Qt::KeyboardModifiers modifiers);
-  bool Form_KeyUp(int32_t keyCode);
+  // `keyTick`: the play-clock tick the key event happened at, when known.
+  bool Form_KeyDown(int32_t keyCode, Qt::KeyboardModifiers modifiers, std::optional<double> keyTick = std::nullopt);
+  bool Form_KeyUp(int32_t keyCode, std::optional<double> keyTick = std::nullopt);
   void StepList(QComboBox* list, int step, const QString& label);
   void ToggleCheck(QCheckBox* check, const QString& label);
   void ShowStatusMessage(const QString& text);
@@ -272,6 +278,13 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   QCheckBox* chkTitle = nullptr;
   QCheckBox* chkAutoHide = nullptr;
   QCheckBox* chkModern = nullptr;  // the modern reading, on the Notes page
+  // Timing, on the Sound page: presses at key time, the three offsets and
+  // the calibration dialog.
+  QCheckBox* chkKeyTime = nullptr;
+  QSpinBox* spnAudioOffset = nullptr;
+  QSpinBox* spnDisplayOffset = nullptr;
+  QSpinBox* spnJudgeOffset = nullptr;
+  QPushButton* cmdCalibrate = nullptr;
   std::vector<QCheckBox*> chkSet;
   std::vector<QCheckBox*> chkUPSet;
   std::vector<QRadioButton*> optSelSet;
