@@ -31,6 +31,11 @@ inline constexpr float kMaxWindowCoordinate = 32767.0f;
 // Audio, display and judgement offsets in milliseconds.
 inline constexpr int32_t kMinOffsetMs = -500;
 inline constexpr int32_t kMaxOffsetMs = 500;
+// An offset as the play uses it: --option takes any number, the play no more
+// than the panel offers.
+inline constexpr int32_t OffsetMs(int32_t ms) {
+  return ms < kMinOffsetMs ? kMinOffsetMs : ms > kMaxOffsetMs ? kMaxOffsetMs : ms;
+}
 
 // A window's state as the settings file keeps it.
 inline constexpr int16_t kWindowNormal = 0;

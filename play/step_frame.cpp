@@ -93,7 +93,7 @@ PlayMoment PlayEngine::MomentAt(double tick) const {
 }
 
 PlayMoment PlayEngine::PressMoment(std::optional<double> keyTick) const {
-  const int32_t shift = settings_.judgeOffsetMs;
+  const int32_t shift = OffsetMs(settings_.judgeOffsetMs);
   if (keyTick && settings_.judgeAtKeyTime) return MomentAt(*keyTick - shift);
   if (shift == 0) return Now();
   return MomentAt(static_cast<double>(StepTick()) - shift);
@@ -101,7 +101,7 @@ PlayMoment PlayEngine::PressMoment(std::optional<double> keyTick) const {
 
 double PlayEngine::DisplayPosition() const {
   if (settings_.displayOffsetMs == 0) return state_.currentPosition;
-  return MomentAt(static_cast<double>(StepTick()) + settings_.displayOffsetMs).position;
+  return MomentAt(static_cast<double>(StepTick()) + OffsetMs(settings_.displayOffsetMs)).position;
 }
 
 void PlayEngine::SetModernClock(double ms) {
@@ -182,7 +182,7 @@ void PlayEngine::StepFrame() {
 }
 
 void PlayEngine::FireSoundsAhead() {
-  const double shiftMs = settings_.audioOffsetMs;
+  const double shiftMs = OffsetMs(settings_.audioOffsetMs);
   const PlayMoment ahead = MomentAt(static_cast<double>(StepTick()) + shiftMs);
   while (nextSoundObject_ < chart_.objectCount && ReachedAt(chart_.objects[nextSoundObject_].y, ahead)) {
     FireObjectSound(nextSoundObject_, ahead, shiftMs);
@@ -232,7 +232,7 @@ void PlayEngine::JudgeReplayedPresses() {
     const double position = ExactPosition(entry);
     const PlayMoment at = settings_.judgeOffsetMs == 0
                               ? PlayMoment{position, chart_.modern ? chart_.timing.TimeAt(position) : 0.0}
-                              : MomentAt(ClockTimeOf(position) - settings_.judgeOffsetMs);
+                              : MomentAt(ClockTimeOf(position) - OffsetMs(settings_.judgeOffsetMs));
     state_.laneKeyDown[lane] = !IsRelease(entry);
     if (IsRelease(entry)) {
       LaneReleased(lane, at);
