@@ -271,6 +271,8 @@ void MainWindow::AddTimingOptions(QGridLayout& grid) {
 }
 
 void MainWindow::cmdCalibrate_Click() {
+  // The dialog holds the thread while it is open: a play would stall, so it ends.
+  if (engine_->Playing()) cmdStop_Click();
   CalibrationDialog dialog(&audio_, audio_.sampleRate(), clock_, this);
   if (dialog.exec() != QDialog::Accepted) return;
   if (const auto offset = dialog.proposedOffset()) spnJudgeOffset->setValue(*offset);
