@@ -49,7 +49,7 @@ void FrameRenderer::DrawFrame(int32_t nextObjectIndex) {
   if (frame.back == nullptr) return;
   frame.skin = media_.skin();
   frame.height = media_.display().height;
-  frame.cur = engine_.state().currentPosition;
+  frame.cur = engine_.DisplayPosition();
   frame.hiSpeed = engine_.settings().hiSpeed;
   frame.sides = SideSwitchesOf(chart);
   frame.now = engine_.clock().TickCount();

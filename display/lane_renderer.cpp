@@ -105,7 +105,7 @@ void FrameRenderer::DrawRecordMarks(const Frame& frame) {
     const PlayRecordEntry& entry = record.Entry(i);
     const auto y = NoteY(frame.cur, entry.position, frame.height, frame.hiSpeed);
     Rect rect;
-    if (!y || *y <= 0 || !LaneRect(frame, entry.channel, *y, rect)) continue;
+    if (IsRelease(entry) || !y || *y <= 0 || !LaneRect(frame, entry.channel, *y, rect)) continue;
     back.SetForeColor(FromBgr(entry.colour));
     back.DrawBox(rect.left, rect.top, rect.right, rect.bottom);
   }

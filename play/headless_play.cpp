@@ -132,10 +132,11 @@ void HeadlessPlay::ProcessMessages() {
   // Input first: the desktop delivers timer ticks only when nothing else waits.
   while (events_ != nullptr && nextEvent_ < events_->size() && (*events_)[nextEvent_].timeMs <= sinceStart) {
     const KeyEvent& event = (*events_)[nextEvent_++];
+    const double keyTick = static_cast<double>(startTick_) + event.timeMs;
     if (event.down) {
-      keys_.KeyDown(event.keyCode);
+      keys_.KeyDown(event.keyCode, keyTick);
     } else {
-      keys_.KeyUp(event.keyCode);
+      keys_.KeyUp(event.keyCode, keyTick);
     }
   }
   if (engine_.PlayTimerActive() && TicksBetween(now, lastTimerTick_) >= kPlayTimerPeriodMs) {

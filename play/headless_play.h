@@ -33,7 +33,10 @@ inline constexpr int32_t kMinimumSleepMs = 1;
 // A play that outlasts its song by this much has stalled (tempo 0, say).
 inline constexpr int32_t kHeadlessTimeMarginMs = 600000;
 
-// One scripted key event, timeMs after the play started.
+// One scripted key event, timeMs after the play started. It arrives at the
+// first pass at or after that time (as a window's events wait for the loop's
+// message processing) and carries timeMs as the time the key moved, where
+// JudgeAtKeyTime judges it.
 struct KeyEvent {
   int32_t timeMs = 0;
   bool down = false;

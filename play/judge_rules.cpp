@@ -10,13 +10,27 @@ namespace vremo {
 
 void PlayEngine::JudgeNote(int32_t objectIndex, int32_t lateness) {
   if (objectIndex < 0 || objectIndex >= chart_.objectCount) return;
-  int32_t d = lateness;
   if (lateness == 0) {
-    const auto measured = RoundToInt32(std::fabs(UnitsLate(chart_.objects[objectIndex].y)));
-    if (!measured) return;  // a distance past 32 bits cannot be judged
-    d = *measured;
+    JudgeNoteAt(objectIndex, Now());
+    return;
   }
-  JudgeAt(objectIndex, d);
+  JudgeAt(objectIndex, lateness);
+}
+
+void PlayEngine::JudgeNoteAt(int32_t objectIndex, const PlayMoment& at) {
+  if (objectIndex < 0 || objectIndex >= chart_.objectCount) return;
+  const auto measured = RoundToInt32(std::fabs(UnitsLateAt(chart_.objects[objectIndex].y, at)));
+  if (!measured) return;  // a distance past 32 bits cannot be judged
+  JudgeAt(objectIndex, *measured);
+}
+
+void PlayEngine::PressLane(int32_t lane, const PlayMoment& at) {
+  if (lane < 0 || lane >= kLaneChannelCount) return;
+  const int32_t pending = state_.lanePendingNote[lane];
+  if (pending == kNoPendingNote) return;
+  JudgeNoteAt(pending, at);
+  state_.lanePendingNote[lane] = kNoPendingNote;
+  HoldLongNote(pending);
 }
 
 int PlayEngine::PlayerOf(int32_t laneChannel) const {
@@ -49,15 +63,16 @@ void PlayEngine::ConsiderPendingNote(int32_t objectIndex, int32_t drawnY) {
   if (!IsPlayableChannel(object.channel) || object.kind == NoteKind::kLongTail) return;
   int32_t& pending = state_.lanePendingNote[object.channel - kFirstLaneChannel];
   if (pending != kNoPendingNote || object.done != 0) return;
-  if (std::fabs(UnitsLate(object.y)) < kPendingNoteRange) pending = objectIndex;
+  if (std::fabs(UnitsLateAt(object.y, JudgeMoment())) < kPendingNoteRange) pending = objectIndex;
 }
 
 void PlayEngine::ApplyMissedNotes() {
   if (!settings_.userPlay) return;
+  const PlayMoment at = JudgeMoment();
   for (int32_t lane = 0; lane < kLaneChannelCount; ++lane) {
     int32_t& pending = state_.lanePendingNote[lane];
     if (pending < 0 || pending >= chart_.objectCount) continue;
-    if (UnitsLate(chart_.objects[pending].y) < kMissedNoteDistance) continue;
+    if (UnitsLateAt(chart_.objects[pending].y, at) < kMissedNoteDistance) continue;
     JudgeNote(pending, kMissedNoteLateness);
     // A long note whose head was missed cannot be held: its tail goes too.
     if (chart_.objects[pending].kind == NoteKind::kLongHead)

@@ -25,7 +25,7 @@ void PlayEngine::HoldLongNote(int32_t objectIndex) {
   state_.laneHeldLong[head.channel - kFirstLaneChannel] = objectIndex;
 }
 
-void PlayEngine::LaneReleased(int32_t lane) {
+void PlayEngine::LaneReleased(int32_t lane, const PlayMoment& at) {
   if (lane < 0 || lane >= kLaneChannelCount || !PlayerHolds()) return;
   int32_t& held = state_.laneHeldLong[lane];
   if (held == kNoPendingNote) return;
@@ -34,7 +34,7 @@ void PlayEngine::LaneReleased(int32_t lane) {
   if (tail < 0) return;
   // Within the Bad window the release is judged like a press; earlier it
   // lets the note go: Poor, as for a missed note.
-  const auto distance = RoundToInt32(std::fabs(UnitsLate(chart_.objects[tail].y)));
+  const auto distance = RoundToInt32(std::fabs(UnitsLateAt(chart_.objects[tail].y, at)));
   JudgeAt(tail, distance && *distance <= kBadWindow ? *distance : kMissedNoteLateness);
 }
 

@@ -22,6 +22,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -100,6 +101,13 @@ struct PlayState {
   int32_t lastFpsTick = 0;
 };
 
+// Where the play stood at one tick: the chart position and, for the modern
+// reading, the timing map's time (positions stand still through a stop).
+struct PlayMoment {
+  double position = 0.0;
+  double chartMs = 0.0;
+};
+
 class PlayEngine {
  public:
   PlayEngine(Chart& chart, const Settings& settings, SoundBank& sounds, Clock& clock, DebugLog& log, PlayHost& host);
@@ -143,6 +151,22 @@ class PlayEngine {
   // The RealHiSpeed list changed to `factor` (not 0): a running play goes on
   // at the new speed.
   void ChangeSpeed(double factor);
+  // The tick of the last clock step.
+  int32_t StepTick() const;
+  // This step's moment, and the moment the clock in force gives any tick
+  // (earlier or later than the step, fractions of a millisecond included).
+  PlayMoment Now() const { return {state_.currentPosition, state_.chartMs}; }
+  PlayMoment MomentAt(double tick) const;
+  // UnitsLate against any moment.
+  double UnitsLateAt(double y, const PlayMoment& at) const;
+  // The moment a press or release is judged at: with JudgeAtKeyTime the
+  // key's own tick (when it has one), otherwise this step; less JudgeOffset.
+  PlayMoment PressMoment(std::optional<double> keyTick) const;
+  // The moment the pending- and missed-note rules measure from (this step
+  // less JudgeOffset), and the position notes are drawn at (this step plus
+  // DisplayOffset).
+  PlayMoment JudgeMoment() const { return PressMoment(std::nullopt); }
+  double DisplayPosition() const;
 
   // --- Seeking and stopping (seek.cpp).
   // By position: target is a chart position. Otherwise target is a measure
@@ -153,10 +177,15 @@ class PlayEngine {
   // --- Judgement (judge_rules.cpp).
   // Lateness 0 measures the distance now; any other value is used as given.
   void JudgeNote(int32_t objectIndex, int32_t lateness);
+  // Judges with the distance to the note measured at `at`.
+  void JudgeNoteAt(int32_t objectIndex, const PlayMoment& at);
   // The pending-note rule for one note the renderer draws at drawnY.
   void ConsiderPendingNote(int32_t objectIndex, int32_t drawnY);
   // The missed-note rule, once per frame.
   void ApplyMissedNotes();
+  // A lane key went down at `at`: the lane's pending note is judged and, a
+  // long note's head, held.
+  void PressLane(int32_t lane, const PlayMoment& at);
   // Both rules over the objects a frame of the given height would show,
   // exactly as the renderer runs them; for drivers without a renderer.
   void RunJudgeBookkeeping(int32_t nextObjectIndex, int32_t drawHeight);
@@ -164,8 +193,10 @@ class PlayEngine {
   // --- Long notes and landmines (long_notes.cpp), modern reading only.
   // A press judged the note at `objectIndex`: a long-note head is held.
   void HoldLongNote(int32_t objectIndex);
-  // The lane's key went up: a held long note's tail is judged by the release.
-  void LaneReleased(int32_t lane);
+  // The lane's key went up at `at`: a held long note's tail is judged by the
+  // release.
+  void LaneReleased(int32_t lane, const PlayMoment& at);
+  void LaneReleased(int32_t lane) { LaneReleased(lane, JudgeMoment()); }
 
   PlayState& state() { return state_; }
   const PlayState& state() const { return state_; }
@@ -187,11 +218,14 @@ class PlayEngine {
   // Whether the step has reached y (objects at y fire), and whether it is
   // past y (the key-sound schedule and the record wait one step at y).
   bool Reached(double y) const;
+  bool ReachedAt(double y, const PlayMoment& at) const;
   bool Passed(double y) const;
   // The modern clock at the map's time `ms`, at RealHiSpeed.
   void SetModernClock(double ms);
-  void FireObject(int32_t index);
-  void FireLaneObject(int32_t index, bool inTime);
+  // `sounds`: the object's sound plays here (not on the sound cursor) and is
+  // in time.
+  void FireObject(int32_t index, bool sounds);
+  void FireLaneObject(int32_t index, bool sound);
   void FireLongTail(int32_t index);
   void FireMine(const ChartObject& mine);
   // The player (0 or 1) a lane channel counts for.
@@ -201,7 +235,15 @@ class PlayEngine {
   // The player's own keys hold long notes and meet mines (user play, no DEMO).
   bool PlayerHolds() const { return settings_.userPlay && !settings_.demoMode; }
   void ApplySoundChanges();
+  // With an audio offset, sounds run on their own cursor through the
+  // objects, AudioOffset ms ahead of the play.
+  bool SoundsAhead() const { return settings_.audioOffsetMs != 0; }
+  void FireObjectSound(int32_t index, const PlayMoment& at, double shiftMs);
+  void FireSoundsAhead();
   void ReplayRecord();
+  // With JudgeAtKeyTime a replayed record judges its presses and releases at
+  // their recorded positions, as the keys did in the play it recorded.
+  void JudgeReplayedPresses();
   void SetSeekBar();
   void WriteResults();
 
@@ -221,6 +263,8 @@ class PlayEngine {
   int32_t stepOffset_ = 0;
   ScoreBoard scores_;
   PlayRecord record_;
+  int32_t nextSoundObject_ = 0;  // the sound cursor (audio offset)
+  int32_t nextReplayJudge_ = 0;  // the record entry a replay judges next
   Phase phase_ = Phase::kIdle;
   bool playTimerActive_ = false;
   double playResult_ = 0.0;

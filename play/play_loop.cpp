@@ -57,6 +57,7 @@ void PlayEngine::StartPlay() {
     SetTempo(static_cast<double>(chart_.bpm) * settings_.realHiSpeed);
   }
   state_.nextRecordEntry = 0;
+  nextReplayJudge_ = 0;
   scores_.ResetPlayers();
   log_.PutLog("  playloop start");
   playTimerActive_ = true;
@@ -94,7 +95,9 @@ bool PlayEngine::RunPass() {
   } else {
     host_.Sleep(pauseMs);
   }
-  return state_.nextObject < chart_.objectCount && !state_.stopRequested;
+  // Sounds held back by an audio offset still have to play.
+  const bool soundsLeft = SoundsAhead() && nextSoundObject_ < chart_.objectCount;
+  return (state_.nextObject < chart_.objectCount || soundsLeft) && !state_.stopRequested;
 }
 
 void PlayEngine::EndMainLoop() {

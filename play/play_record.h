@@ -24,6 +24,20 @@ struct PlayRecordEntry {
 };
 static_assert(sizeof(PlayRecordEntry) == 24);
 
+// Presses judged at their key's time keep more than the whole position: the
+// spare field holds the part the rounding dropped, in 1/2^24 units offset by
+// half a unit and one (so 0 still means a whole position), and flags a
+// release. Records of classic plays keep spare 0 and read as before.
+inline constexpr int32_t kRecordReleaseFlag = 1 << 30;
+inline constexpr double kRecordFractionScale = 16777216.0;  // 2^24
+
+// The entry's position with its recorded fraction.
+double ExactPosition(const PlayRecordEntry& entry);
+// Sets position (rounded, halves to even) and the fraction; false when the
+// position is past 32 bits.
+bool SetExactPosition(PlayRecordEntry& entry, double position);
+inline bool IsRelease(const PlayRecordEntry& entry) { return (entry.spare & kRecordReleaseFlag) != 0; }
+
 class PlayRecord {
  public:
   // Length 0 and kRecordCapacity empty entries.

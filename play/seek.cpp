@@ -37,6 +37,7 @@ void PlayEngine::SetPlayPosition(int32_t& target, bool byPosition) {
   // One object back, so the object just before the target fires again when
   // it is not too late.
   if (i > 0) state_.nextObject = i - 1;
+  nextSoundObject_ = state_.nextObject;
 
   if (chart_.modern) {
     SetModernClock(chart_.timing.TimeAt(target));

@@ -88,6 +88,10 @@ constexpr std::array kExtensionKeys = {
     SettingsKey{"Setting", "AudioBufferFrames", Field<&Settings::audioBufferFrames>, kMinAudioBufferFrames,
                 kMaxAudioBufferFrames},
     SettingsKey{"Setting", "VSync", Field<&Settings::vsync>},
+    SettingsKey{"Setting", "JudgeAtKeyTime", Field<&Settings::judgeAtKeyTime>},
+    SettingsKey{"Setting", "AudioOffset", Field<&Settings::audioOffsetMs>, kMinOffsetMs, kMaxOffsetMs},
+    SettingsKey{"Setting", "DisplayOffset", Field<&Settings::displayOffsetMs>, kMinOffsetMs, kMaxOffsetMs},
+    SettingsKey{"Setting", "JudgeOffset", Field<&Settings::judgeOffsetMs>, kMinOffsetMs, kMaxOffsetMs},
 };
 
 bool SameName(std::string_view a, std::string_view b) {

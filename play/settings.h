@@ -33,6 +33,14 @@ inline constexpr float kMaxWindowCoordinate = 32767.0f;
 inline constexpr int32_t kDefaultAudioBufferFrames = 256;
 inline constexpr int32_t kMinAudioBufferFrames = 64;
 inline constexpr int32_t kMaxAudioBufferFrames = 1024;
+// Audio, display and judgement offsets in milliseconds.
+inline constexpr int32_t kMinOffsetMs = -500;
+inline constexpr int32_t kMaxOffsetMs = 500;
+// An offset as the play uses it: --option takes any number, the play no more
+// than the panel offers.
+inline constexpr int32_t OffsetMs(int32_t ms) {
+  return ms < kMinOffsetMs ? kMinOffsetMs : ms > kMaxOffsetMs ? kMaxOffsetMs : ms;
+}
 
 // A window's state as the settings file keeps it.
 inline constexpr int16_t kWindowNormal = 0;
@@ -91,6 +99,12 @@ struct Settings {
   bool modernReading = false;                             // long notes, stops, random blocks, LF lines
   int32_t audioBufferFrames = kDefaultAudioBufferFrames;  // sound-device block, applied when it opens
   bool vsync = false;  // present frames in step with the display's refresh, not free-running
+  bool judgeAtKeyTime = false;  // presses judged at their own time, not the next pass
+  // Offsets in ms; positive means the player hears, sees or presses that much
+  // late, and the play makes up for it.
+  int32_t audioOffsetMs = 0;    // sounds start this much earlier
+  int32_t displayOffsetMs = 0;  // notes are drawn this much ahead
+  int32_t judgeOffsetMs = 0;    // presses are judged this much earlier
 };
 
 using OptionField = std::variant<bool*, int16_t*, int32_t*, float*, std::string*>;

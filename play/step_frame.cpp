@@ -60,9 +60,11 @@ double PlayEngine::StepTimeOf(double position) const {
   return state_.startTick + (position - stepOffset_) / stepRate_;
 }
 
-bool PlayEngine::Reached(double y) const {
-  if (!chart_.modern) return y <= state_.currentPosition;
-  return chart_.timing.TimeAt(y) <= state_.chartMs + kModernTimeSlackMs;
+bool PlayEngine::Reached(double y) const { return ReachedAt(y, Now()); }
+
+bool PlayEngine::ReachedAt(double y, const PlayMoment& at) const {
+  if (!chart_.modern) return y <= at.position;
+  return chart_.timing.TimeAt(y) <= at.chartMs + kModernTimeSlackMs;
 }
 
 bool PlayEngine::Passed(double y) const {
@@ -70,9 +72,36 @@ bool PlayEngine::Passed(double y) const {
   return chart_.timing.TimeAt(y) < state_.chartMs - kModernTimeSlackMs;
 }
 
-double PlayEngine::UnitsLate(double y) const {
-  if (!chart_.modern) return state_.currentPosition - y;
-  return (state_.chartMs - chart_.timing.TimeAt(y)) / MsPerUnit(chart_.timing.TempoAt(y));
+double PlayEngine::UnitsLate(double y) const { return UnitsLateAt(y, Now()); }
+
+double PlayEngine::UnitsLateAt(double y, const PlayMoment& at) const {
+  if (!chart_.modern) return at.position - y;
+  return (at.chartMs - chart_.timing.TimeAt(y)) / MsPerUnit(chart_.timing.TempoAt(y));
+}
+
+int32_t PlayEngine::StepTick() const {
+  return static_cast<int32_t>(static_cast<uint32_t>(state_.startTick) + static_cast<uint32_t>(state_.elapsed));
+}
+
+PlayMoment PlayEngine::MomentAt(double tick) const {
+  const double whole = std::floor(tick);
+  const auto wrapped = static_cast<int32_t>(static_cast<uint32_t>(static_cast<int64_t>(whole)));
+  const double elapsed = TicksBetween(wrapped, state_.startTick) + (tick - whole);
+  if (!chart_.modern) return {elapsed * static_cast<double>(state_.rate) + state_.positionOffset, 0.0};
+  const double chartMs = elapsed * state_.speed + state_.chartMsOffset;
+  return {chart_.timing.PositionAt(chartMs), chartMs};
+}
+
+PlayMoment PlayEngine::PressMoment(std::optional<double> keyTick) const {
+  const int32_t shift = OffsetMs(settings_.judgeOffsetMs);
+  if (keyTick && settings_.judgeAtKeyTime) return MomentAt(*keyTick - shift);
+  if (shift == 0) return Now();
+  return MomentAt(static_cast<double>(StepTick()) - shift);
+}
+
+double PlayEngine::DisplayPosition() const {
+  if (settings_.displayOffsetMs == 0) return state_.currentPosition;
+  return MomentAt(static_cast<double>(StepTick()) + OffsetMs(settings_.displayOffsetMs)).position;
 }
 
 void PlayEngine::SetModernClock(double ms) {
@@ -137,12 +166,40 @@ void PlayEngine::StepFrame() {
 
   ApplySoundChanges();
   if (settings_.playRec) ReplayRecord();
+  const bool soundsAhead = SoundsAhead();
   while (state_.nextObject < chart_.objectCount && Reached(chart_.objects[state_.nextObject].y)) {
-    FireObject(state_.nextObject);
+    FireObject(state_.nextObject, !soundsAhead && state_.nextObject >= nextSoundObject_);
     ++state_.nextObject;
   }
+  if (soundsAhead) {
+    FireSoundsAhead();
+  } else {
+    nextSoundObject_ = std::max(nextSoundObject_, state_.nextObject);
+  }
   if (!state_.skipDrawing) drawer_->DrawFrame(state_.nextObject);
+  if (settings_.playRec && settings_.judgeAtKeyTime) JudgeReplayedPresses();
   if (state_.nextObject > chart_.objectCount) state_.running = false;
+}
+
+void PlayEngine::FireSoundsAhead() {
+  const double shiftMs = OffsetMs(settings_.audioOffsetMs);
+  const PlayMoment ahead = MomentAt(static_cast<double>(StepTick()) + shiftMs);
+  while (nextSoundObject_ < chart_.objectCount && ReachedAt(chart_.objects[nextSoundObject_].y, ahead)) {
+    FireObjectSound(nextSoundObject_, ahead, shiftMs);
+    ++nextSoundObject_;
+  }
+}
+
+void PlayEngine::FireObjectSound(int32_t index, const PlayMoment& at, double shiftMs) {
+  const ChartObject& object = chart_.objects[index];
+  if (UnitsLateAt(object.y, at) >= kLateSoundLimit) return;
+  const double atMs = StepTimeOf(object.y) - shiftMs;
+  if (object.channel == kChannelBackgroundSound) {
+    if (settings_.playSound) RestartSound(object.value, atMs);
+  } else if (IsPlayableChannel(object.channel) && object.kind != NoteKind::kLongTail) {
+    if (settings_.playKeySound) RestartSound(object.value, atMs);
+    if (settings_.demoMode) RestartSound(object.value, atMs);
+  }
 }
 
 void PlayEngine::ApplySoundChanges() {
@@ -160,12 +217,32 @@ void PlayEngine::ReplayRecord() {
   const int32_t count = record_.StoredCount();
   while (state_.nextRecordEntry < count && Passed(record_.Entry(state_.nextRecordEntry).position)) {
     const PlayRecordEntry& entry = record_.Entry(state_.nextRecordEntry);
-    if (UnitsLate(entry.position) < kLateSoundLimit) RestartSound(entry.sound, StepTimeOf(entry.position));
+    if (!IsRelease(entry) && UnitsLate(entry.position) < kLateSoundLimit)
+      RestartSound(entry.sound, StepTimeOf(entry.position));
     ++state_.nextRecordEntry;
   }
 }
 
-void PlayEngine::FireObject(int32_t index) {
+void PlayEngine::JudgeReplayedPresses() {
+  const int32_t count = record_.StoredCount();
+  while (nextReplayJudge_ < count && Reached(ExactPosition(record_.Entry(nextReplayJudge_)))) {
+    const PlayRecordEntry& entry = record_.Entry(nextReplayJudge_++);
+    const int32_t lane = entry.channel - kFirstLaneChannel;
+    if (lane < 0 || lane >= kLaneChannelCount) continue;
+    const double position = ExactPosition(entry);
+    const PlayMoment at = settings_.judgeOffsetMs == 0
+                              ? PlayMoment{position, chart_.modern ? chart_.timing.TimeAt(position) : 0.0}
+                              : MomentAt(ClockTimeOf(position) - OffsetMs(settings_.judgeOffsetMs));
+    state_.laneKeyDown[lane] = !IsRelease(entry);
+    if (IsRelease(entry)) {
+      LaneReleased(lane, at);
+    } else {
+      PressLane(lane, at);
+    }
+  }
+}
+
+void PlayEngine::FireObject(int32_t index, bool sounds) {
   ChartObject& object = chart_.objects[index];
   const double lateness = UnitsLate(object.y);
   state_.lastLateness = RoundToInt32(lateness).value_or(state_.lastLateness);
@@ -178,7 +255,7 @@ void PlayEngine::FireObject(int32_t index) {
   } else if (channel >= kFirstInvisibleChannel && channel <= kLastInvisibleChannel) {
     state_.laneKeySound[channel - kFirstInvisibleChannel] = object.value;
   } else if (channel == kChannelBackgroundSound) {
-    if (settings_.playSound && inTime) RestartSound(object.value, StepTimeOf(object.y));
+    if (settings_.playSound && inTime && sounds) RestartSound(object.value, StepTimeOf(object.y));
   } else if (channel == kChannelBgaPoor) {
     state_.missPicture = object.value;
   } else if (channel == kChannelBgaBase) {
@@ -194,21 +271,21 @@ void PlayEngine::FireObject(int32_t index) {
     state_.positionOffset = RoundToInt32(state_.positionOffset - shift).value_or(state_.positionOffset);
     SetTempo(object.value * static_cast<double>(settings_.realHiSpeed));
   } else if (IsPlayableChannel(channel)) {
-    FireLaneObject(index, inTime);
+    FireLaneObject(index, inTime && sounds);
   } else if (chart_.modern && IsPlayableChannel(channel - kMineChannelOffset)) {
     FireMine(object);
   }
 }
 
-void PlayEngine::FireLaneObject(int32_t index, bool inTime) {
+void PlayEngine::FireLaneObject(int32_t index, bool sound) {
   const ChartObject& object = chart_.objects[index];
   if (object.kind == NoteKind::kLongTail) {  // silent: the head sounded
     FireLongTail(index);
     return;
   }
-  if (settings_.playKeySound && inTime) RestartSound(object.value, StepTimeOf(object.y));
+  if (settings_.playKeySound && sound) RestartSound(object.value, StepTimeOf(object.y));
   if (settings_.demoMode) {
-    if (inTime) RestartSound(object.value, StepTimeOf(object.y));
+    if (sound) RestartSound(object.value, StepTimeOf(object.y));
     state_.lanePendingNote[object.channel - kFirstLaneChannel] = kNoPendingNote;
     JudgeNote(index, 0);
   }

@@ -14,6 +14,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,10 +34,12 @@
 class QAbstractButton;
 class QCheckBox;
 class QComboBox;
+class QGridLayout;
 class QLabel;
 class QPlainTextEdit;
 class QPushButton;
 class QRadioButton;
+class QSpinBox;
 class QStackedWidget;
 class QTimer;
 
@@ -176,6 +179,8 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   // (unless settings are being applied), then the control's own action runs.
   void BindOption(QWidget* control, const std::string& key, std::function<void()> action = {});
   void ApplySettingsToControls();
+  void AddTimingOptions(QGridLayout& grid);
+  void cmdCalibrate_Click();
   void ReadControlsIntoSettings();
   void FillRectList();
   std::string RectPath(const std::string& name) const;
@@ -202,8 +207,9 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   void picDraw_Released(int x, int y);
 
   // main_window_keys.cpp: hot keys and lane keys.
-  bool Form_KeyDown(int32_t keyCode, Qt::KeyboardModifiers modifiers);
-  bool Form_KeyUp(int32_t keyCode);
+  // `keyTick`: the play-clock tick the key event happened at, when known.
+  bool Form_KeyDown(int32_t keyCode, Qt::KeyboardModifiers modifiers, std::optional<double> keyTick = std::nullopt);
+  bool Form_KeyUp(int32_t keyCode, std::optional<double> keyTick = std::nullopt);
   void StepList(QComboBox* list, int step, const QString& label);
   void ToggleCheck(QCheckBox* check, const QString& label);
   void ShowStatusMessage(const QString& text);
@@ -281,6 +287,13 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   QCheckBox* chkModern = nullptr;       // the modern reading, on the Notes page
   QCheckBox* chkVSync = nullptr;        // frames in step with the display, on the Display page
   QComboBox* cmbAudioBuffer = nullptr;  // the sound device's block, on the Sound page
+  // Timing, on the Sound page: presses at key time, the three offsets and
+  // the calibration dialog.
+  QCheckBox* chkKeyTime = nullptr;
+  QSpinBox* spnAudioOffset = nullptr;
+  QSpinBox* spnDisplayOffset = nullptr;
+  QSpinBox* spnJudgeOffset = nullptr;
+  QPushButton* cmdCalibrate = nullptr;
   std::vector<QCheckBox*> chkSet;
   std::vector<QCheckBox*> chkUPSet;
   std::vector<QRadioButton*> optSelSet;

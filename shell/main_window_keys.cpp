@@ -83,15 +83,18 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
   auto* key = static_cast<QKeyEvent*>(event);
   const int32_t code = VirtualKeyOf(key->key(), key->modifiers() & Qt::KeypadModifier);
   if (code == kNoVirtualKey) return false;
+  // X and Wayland stamp key events in milliseconds of the monotonic clock
+  // that the play clock reads too.
+  const double keyTick = KeyEventTick(key->timestamp(), clock_.TickCount(), engine_->StepTick(), settings_.sleepMs);
   if (event->type() == QEvent::KeyRelease) {
     // The window system's auto-repeat sends a release before each repeat.
     if (key->isAutoRepeat()) return keyMap_[static_cast<size_t>(code)] != 0;
-    return Form_KeyUp(code);
+    return Form_KeyUp(code, keyTick);
   }
-  return Form_KeyDown(code, key->modifiers());
+  return Form_KeyDown(code, key->modifiers(), keyTick);
 }
 
-bool MainWindow::Form_KeyDown(int32_t keyCode, Qt::KeyboardModifiers modifiers) {
+bool MainWindow::Form_KeyDown(int32_t keyCode, Qt::KeyboardModifiers modifiers, std::optional<double> keyTick) {
   laneKeys_->MarkKeyHeld(keyCode);
   const HotKey* hot = nullptr;
   for (const HotKey& entry : kHotKeys) {
@@ -101,7 +104,7 @@ bool MainWindow::Form_KeyDown(int32_t keyCode, Qt::KeyboardModifiers modifiers) 
     }
   }
   if (hot == nullptr) {
-    laneKeys_->LaneKeyDown(keyCode);
+    laneKeys_->LaneKeyDown(keyCode, keyTick);
     return keyMap_[static_cast<size_t>(keyCode)] != 0;
   }
   const std::string_view action = hot->action;
@@ -157,8 +160,8 @@ bool MainWindow::Form_KeyDown(int32_t keyCode, Qt::KeyboardModifiers modifiers) 
   return true;
 }
 
-bool MainWindow::Form_KeyUp(int32_t keyCode) {
-  laneKeys_->KeyUp(keyCode);
+bool MainWindow::Form_KeyUp(int32_t keyCode, std::optional<double> keyTick) {
+  laneKeys_->KeyUp(keyCode, keyTick);
   return keyMap_[static_cast<size_t>(keyCode)] != 0;
 }
 

@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSpinBox>
 #include <QStackedWidget>
 #include <QVBoxLayout>
 #include <filesystem>
@@ -18,6 +19,7 @@
 
 #include "chart/chart_text.h"
 #include "chart/numbers.h"
+#include "shell/calibration_dialog.h"
 #include "shell/control_helpers.h"
 #include "shell/draw_area.h"
 #include "shell/key_config_dialog.h"
@@ -153,6 +155,7 @@ QWidget* MainWindow::MakeOptionsPanel() {
   const int soundRow = (pages[1]->count() + 1) / 2;
   pages[1]->addWidget(new QLabel(tr("Audio buffer")), soundRow, 0);
   pages[1]->addWidget(cmbAudioBuffer, soundRow, 1);
+  AddTimingOptions(*pages[1]);
   optSelSet[0]->setChecked(true);
   column->addWidget(optionPages);
 
@@ -242,6 +245,53 @@ QCheckBox* MainWindow::OptionCheck(const QString& caption, const std::string& ke
   return check;
 }
 
+void MainWindow::AddTimingOptions(QGridLayout& grid) {
+  int row = grid.rowCount();
+  chkKeyTime = OptionCheck(tr("Judge at key time"), "Setting.JudgeAtKeyTime",
+                           tr("Judge each press at the moment the key went down, not at the next frame"));
+  chkKeyTime->setObjectName("chkKeyTime");
+  grid.addWidget(chkKeyTime, row++, 0, 1, 2);
+  struct OffsetControl {
+    QSpinBox** spin;
+    const char* name;
+    QString caption;
+    const char* key;
+    QString tip;
+  };
+  const OffsetControl offsets[] = {
+      {&spnAudioOffset, "spnAudioOffset", tr("Audio offset"), "Setting.AudioOffset",
+       tr("ms you hear the sound late: sounds start this much earlier")},
+      {&spnDisplayOffset, "spnDisplayOffset", tr("Display offset"), "Setting.DisplayOffset",
+       tr("ms you see the notes late: notes are drawn this much ahead")},
+      {&spnJudgeOffset, "spnJudgeOffset", tr("Judge offset"), "Setting.JudgeOffset",
+       tr("ms you press late: presses are judged this much earlier")},
+  };
+  for (const OffsetControl& control : offsets) {
+    auto* spin = new QSpinBox;
+    spin->setObjectName(control.name);
+    spin->setRange(kMinOffsetMs, kMaxOffsetMs);
+    spin->setSuffix(tr(" ms"));
+    spin->setToolTip(control.tip);
+    spin->setFocusPolicy(Qt::ClickFocus);
+    BindOption(spin, control.key);
+    *control.spin = spin;
+    grid.addWidget(new QLabel(control.caption), row, 0);
+    grid.addWidget(spin, row++, 1);
+  }
+  cmdCalibrate =
+      MakeButton("cmdCalibrate", tr("Calibrate..."), tr("Press along with a click to find your judge offset"));
+  connect(cmdCalibrate, &QPushButton::clicked, this, &MainWindow::cmdCalibrate_Click);
+  grid.addWidget(cmdCalibrate, row, 1);
+}
+
+void MainWindow::cmdCalibrate_Click() {
+  // The dialog holds the thread while it is open: a play would stall, so it ends.
+  if (engine_->Playing()) cmdStop_Click();
+  CalibrationDialog dialog(&audio_, audio_.sampleRate(), clock_, this);
+  if (dialog.exec() != QDialog::Accepted) return;
+  if (const auto offset = dialog.proposedOffset()) spnJudgeOffset->setValue(*offset);
+}
+
 QComboBox* MainWindow::OptionList(const QString& name, const std::string& key, const QStringList& items,
                                   const QString& tip) {
   auto* list = new QComboBox;
@@ -266,6 +316,8 @@ void MainWindow::BindOption(QWidget* control, const std::string& key, std::funct
     connect(check, &QCheckBox::toggled, this, [changed](bool on) { changed(on ? "True" : "False"); });
   } else if (auto* list = qobject_cast<QComboBox*>(control)) {
     connect(list, &QComboBox::currentTextChanged, this, changed);
+  } else if (auto* spin = qobject_cast<QSpinBox*>(control)) {
+    connect(spin, &QSpinBox::valueChanged, this, [changed](int value) { changed(QString::number(value)); });
   }
 }
 
@@ -284,6 +336,8 @@ void MainWindow::ApplySettingsToControls() {
         const auto value = ParseNumber(FromUtf8(list->itemText(i).toStdString()));
         if (wanted && value && *wanted == *value) list->setCurrentIndex(i);
       }
+    } else if (auto* spin = qobject_cast<QSpinBox*>(binding.control)) {
+      if (const auto value = ParseNumber(FromUtf8(text))) spin->setValue(static_cast<int>(*value));
     }
   }
   const QString rect = QString::fromStdString(settings_.rect);

@@ -121,6 +121,23 @@ TEST_F(SnapshotTest, ModernChartShowsLongNotesAndMines) {
   EXPECT_EQ(classic.pixel(lane + 5, 240) & 0xFFFFFFu, 0u);
 }
 
+// At 250 BPM (0.2 units a millisecond) a display offset of 100 ms draws the
+// notes as they stand 20 units later: the very frame of position 420.
+TEST_F(SnapshotTest, DisplayOffsetDrawsTheNotesThatManyMillisecondsAhead) {
+  const std::string chart =
+      folder.Write("ahead.bms", "#BPM 250\r\n#00311:01010101\r\n#00312:00010001\r\n#00416:01\r\n");
+  const auto shot = [&](int32_t position, const std::string& offset) {
+    SnapshotRequest request = Request(chart, position);
+    request.options = {"ShowGauge=False", "DisplayOffset=" + offset};
+    EXPECT_EQ(RunSnapshot(request, log, err), SnapshotResult::kWritten) << err.str();
+    return folder.Read("shot.png");
+  };
+  const std::string ahead = shot(400, "100");
+  EXPECT_EQ(ahead, shot(420, "0"));
+  EXPECT_NE(ahead, shot(400, "0"));
+  EXPECT_EQ(shot(380, "-100"), shot(360, "0"));
+}
+
 TEST_F(SnapshotTest, BadRequestsSayWhy) {
   SnapshotRequest request = Request(folder.Path("none.bms"), 0);
   EXPECT_EQ(RunSnapshot(request, log, err), SnapshotResult::kChartMissing);

@@ -63,5 +63,77 @@ TEST_F(HeadlessPlayTest, AStalledPlayIsStoppedAtItsTimeLimit) {
   EXPECT_FALSE(std::filesystem::exists(folder.Path("vremoscore.txt")));
 }
 
+// 300 BPM: 0.24 units a millisecond, the note at measure 1 comes at 800 ms.
+// With Sleep 20 the passes fall at 780, 800, 820: a key that went down at
+// 801 is handled at 820.
+TEST_F(HeadlessPlayTest, PressesAreJudgedAtTheirKeyTimeLessTheJudgeOffset) {
+  LoadLines({"#BPM 300", "#TOTAL 100", "#00111:01", "#00211:01", "#00401:01"});
+  settings.userPlay = true;
+  settings.sleepMs = 20;
+  struct Case {
+    int32_t keyMs;
+    bool atKeyTime;
+    int32_t judgeOffset;
+    int32_t fGreat, great;  // of the two notes (the second pressed 800 ms later)
+  };
+  const Case cases[] = {
+      {801, false, 0, 0, 2},   // judged at the pass: 19 ms late, 4.56 units: Great
+      {801, true, 0, 2, 0},    // at the key: 0.24 units
+      {820, false, 20, 2, 0},  // the pass's moment less 20 ms
+      {801, true, -20, 0, 2},  // judged 20 ms later: 5.04 units
+  };
+  for (const Case& c : cases) {
+    settings.judgeAtKeyTime = c.atKeyTime;
+    settings.judgeOffsetMs = c.judgeOffset;
+    HeadlessPlay run(*chart, settings, sounds, keyMap, log, clock, options);
+    clock.Set(0);
+    const int32_t second = c.keyMs + 800;
+    run.Run({{c.keyMs, true, 'Z'}, {c.keyMs + 50, false, 'Z'}, {second, true, 'Z'}, {second + 50, false, 'Z'}});
+    const PlayerScore& score = run.engine().scores().players[0];
+    EXPECT_EQ(std::tuple(score.fGreat, score.great, score.poor), std::tuple(c.fGreat, c.great, 0))
+        << c.keyMs << " " << c.atKeyTime << " " << c.judgeOffset;
+  }
+}
+
+// A play judged at key times is recorded with the positions' fractions and
+// the releases; replaying the record judges the same, long notes included.
+TEST_F(HeadlessPlayTest, AReplayJudgesAsThePlayItRecordedDid) {
+  testing::MakeModern(*chart, 300.0);
+  testing::AddObject(*chart, 192, 11, 1);
+  testing::AddLongNote(*chart, 240, 288, 12, 2);
+  testing::AddObject(*chart, 336, 11, 1);
+  settings.userPlay = settings.userRec = settings.judgeAtKeyTime = true;
+  settings.sleepMs = 20;
+  Play({{803, true, 'Z'},
+        {830, false, 'Z'},
+        {1009, true, 'S'},
+        {1193, false, 'S'},
+        {1389, true, 'Z'},
+        {1420, false, 'Z'}});
+  const PlayerScore played = play->engine().scores().players[0];
+  ASSERT_EQ(play->engine().record().length(), 6);
+  const PlayRecordEntry& first = play->engine().record().Entry(0);
+  EXPECT_EQ(first.position, 193);  // 192.72, kept whole in the fraction
+  EXPECT_NEAR(ExactPosition(first), 192.72, 1e-6);
+  EXPECT_FALSE(IsRelease(first));
+  EXPECT_TRUE(IsRelease(play->engine().record().Entry(1)));
+  EXPECT_EQ(played.fGreat + played.great + played.good, 4);
+
+  settings.userRec = false;
+  settings.playRec = true;
+  Play({});
+  const PlayerScore& replayed = play->engine().scores().players[0];
+  EXPECT_EQ(std::tuple(replayed.fGreat, replayed.great, replayed.good, replayed.bad, replayed.poor),
+            std::tuple(played.fGreat, played.great, played.good, played.bad, played.poor));
+  EXPECT_FLOAT_EQ(replayed.jPts, played.jPts);
+
+  // Without the option a replay only sounds the presses, as it always did.
+  settings.judgeAtKeyTime = false;
+  Play({});
+  const PlayerScore& silent = play->engine().scores().players[0];
+  EXPECT_EQ(std::tuple(silent.fGreat, silent.great, silent.good, silent.bad), std::tuple(0, 0, 0, 0));
+  EXPECT_GT(silent.poor, 0);
+}
+
 }  // namespace
 }  // namespace vremo

@@ -95,6 +95,32 @@ TEST_F(LaneKeyTest, PressJudgesThePendingNoteAndIsRecorded) {
   EXPECT_EQ(sounds.restarts, (std::vector<SoundCall>{{3, 61.0}, {3, 152.0}}));
 }
 
+TEST(KeyEventTick, TrustsTimestampsOnlyBetweenTheLastStepLessAFrameAndSleepAndNow) {
+  // The last step at 1000, Sleep 5, delivered at 1010: from 978 on a stamp counts.
+  EXPECT_EQ(KeyEventTick(1003, 1010, 1000, 5), 1003.0);
+  EXPECT_EQ(KeyEventTick(978, 1010, 1000, 5), 978.0);
+  EXPECT_EQ(KeyEventTick(977, 1010, 1000, 5), 1010.0);   // too old
+  EXPECT_EQ(KeyEventTick(1011, 1010, 1000, 5), 1010.0);  // in the future
+  EXPECT_EQ(KeyEventTick(0, 1010, 1000, 5), 1010.0);     // no stamp at all
+  // Stamps wider than 32 bits and the counter's wrap.
+  EXPECT_EQ(KeyEventTick((uint64_t{7} << 32) + 1003, 1010, 1000, 5), 1003.0);
+  EXPECT_EQ(KeyEventTick(0xFFFFFFFEu, 3, -5, 5), -2.0);
+}
+
+TEST(PlayRecord, ExactPositionsAndReleasesLiveInTheSpareField) {
+  PlayRecordEntry entry{0, 77, 0, 11, 1, 0};
+  EXPECT_EQ(ExactPosition(entry), 77.0);  // a classic entry
+  ASSERT_TRUE(SetExactPosition(entry, 192.72));
+  EXPECT_EQ(entry.position, 193);
+  EXPECT_NEAR(ExactPosition(entry), 192.72, 1e-6);
+  entry.spare |= kRecordReleaseFlag;
+  ASSERT_TRUE(SetExactPosition(entry, -3.5));
+  EXPECT_EQ(entry.position, -4);  // halves to even
+  EXPECT_NEAR(ExactPosition(entry), -3.5, 1e-6);
+  EXPECT_TRUE(IsRelease(entry));
+  EXPECT_FALSE(SetExactPosition(entry, 1e12));
+}
+
 TEST(PlayRecord, AppendsPastTheRoomAreCountedButDropped) {
   PlayRecord record;
   record.StartRecording();

@@ -113,6 +113,38 @@ TEST_F(RenderMode, ScriptedUserPlayAppendsTheScoreLog) {
   EXPECT_NE(log.find("PlayLoop complete"), std::string::npos);
 }
 
+// Positive offsets make up for a player who hears or presses late: sounds
+// start earlier by the audio offset, presses are judged earlier by the
+// judgement offset.
+TEST_F(RenderMode, AudioAndJudgeOffsetsMoveSoundsAndJudgementsByTheirMilliseconds) {
+  WriteClick(folder.Path("click.wav"));
+  // 120 BPM: a background click at 2000 ms and an automatic key note at 3000,
+  // the last object, so a late offset must still play it.
+  const std::string chart =
+      folder.Write("offsets.bms", Crlf({"#BPM 120", "#WAV01 click.wav", "#00101:01", "#00111:0001"}));
+  const std::string wav = folder.Path("out.wav");
+  for (const int offset : {0, 120, -80}) {
+    ASSERT_EQ(Render({wav, "--option", "AudioOffset=" + std::to_string(offset), chart}), 0);
+    const auto expected = [offset](double ms) {
+      return static_cast<size_t>(std::llround((ms - offset) * kRate / 1000));
+    };
+    EXPECT_EQ(Onsets(ReadFileBytes(wav)), (std::vector<size_t>{expected(2000), expected(3000)})) << offset;
+  }
+
+  // S 100 ms late is a Good (9.6 units); with a judgement offset of 100 ms
+  // it is an fGreat, and Z on time becomes a Good.
+  const std::string play =
+      folder.Write("play.bms", Crlf({"#BPM 120", "#WAV01 click.wav", "#00111:01", "#00112:01", "#00301:01"}));
+  const std::string script = folder.Write("keys.txt", "2000 down 90\n2050 up 90\n2100 down 83\n");
+  const std::string home = (folder.path() / "home").string();
+  ::setenv("VREMO_HOME", home.c_str(), 1);
+  ASSERT_EQ(Render({wav, "--option", "UserPlay=True", "--option", "JudgeOffset=100", "--input", script, play}), 0);
+  ::unsetenv("VREMO_HOME");
+  const std::string scores = ReadFileBytes(home + "/vremoscore.txt");
+  EXPECT_NE(scores.find("1P - fGreat 1 Great 0 Good 1 Bad 0 Poor 0"), std::string::npos) << scores;
+  EXPECT_NE(scores.find("  J-Pts: 26.0pts"), std::string::npos) << scores;
+}
+
 TEST_F(RenderMode, BadArgumentsAndScriptsAreRefused) {
   const std::string chart = folder.Write("a.bms", Crlf({"#BPM 120", "#00111:01"}));
   const std::string wav = (folder.path() / "a.wav").string();
