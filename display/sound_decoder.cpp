@@ -119,6 +119,17 @@ int64_t DecodedBytes(int64_t frames) {
 
 namespace {
 
+int64_t BudgetFrames(int64_t budgetBytes) { return budgetBytes / DecodedBytes(0) - 1; }
+
+}  // namespace
+
+bool FitsBudget(int64_t frames, int64_t budgetBytes) {
+  const int64_t budgetFrames = BudgetFrames(budgetBytes);
+  return budgetFrames >= 1 && frames <= budgetFrames;
+}
+
+namespace {
+
 // Reads at most `maxFrames` frames of the stream as stereo into `sound`.
 int64_t ReadFrames(SNDFILE* file, const SF_INFO& info, int64_t maxFrames, SoundData& sound) {
   if (info.frames > 0 && info.frames <= maxFrames) {
@@ -166,7 +177,7 @@ std::shared_ptr<const SoundData> DecodeSoundFile(const std::string& path, std::s
   }
 
   // Frames the budget allows; one more is read to tell "fits" from "too long".
-  const int64_t budgetFrames = budgetBytes / DecodedBytes(0) - 1;
+  const int64_t budgetFrames = BudgetFrames(budgetBytes);
   if (budgetFrames < 1) {
     SetError(error, "over the memory budget");
     outcome = DecodeStatus::kOverBudget;

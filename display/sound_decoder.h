@@ -23,6 +23,9 @@ enum class DecodeStatus { kDecoded, kFailed, kOverBudget };
 
 // Memory a decoded sound of `frames` frames takes, its guard frame included.
 int64_t DecodedBytes(int64_t frames);
+// Whether a decoded sound of `frames` frames stays within `budgetBytes`, as
+// DecodeSoundFile decides it.
+bool FitsBudget(int64_t frames, int64_t budgetBytes);
 
 // Decodes the file at `path` (an existing file's name: resolve chart names with
 // ResolveMediaPath first). Only a regular file is read, and it is opened

@@ -85,6 +85,7 @@ constexpr std::array kKeys = {
 // Options beyond the classic player, after its keys in the same sections.
 constexpr std::array kExtensionKeys = {
     SettingsKey{"Setting", "ModernReading", Field<&Settings::modernReading>},
+    SettingsKey{"Setting", "LoadThreads", Field<&Settings::loadThreads>, 0, kMaxLoadThreads},
 };
 
 bool SameName(std::string_view a, std::string_view b) {

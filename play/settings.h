@@ -25,6 +25,8 @@ inline constexpr float kMinHiSpeed = 0.5f;
 inline constexpr float kMaxHiSpeed = 8.0f;
 inline constexpr float kMinRealHiSpeed = 0.5f;
 inline constexpr float kMaxRealHiSpeed = 2.0f;
+// Media decoding threads a load may start (LoadThreads; 0 means one per core).
+inline constexpr int32_t kMaxLoadThreads = 64;
 // Window places: X11 keeps coordinates and sizes in 16 bits.
 inline constexpr float kMinWindowCoordinate = -32768.0f;
 inline constexpr float kMaxWindowCoordinate = 32767.0f;
@@ -84,6 +86,7 @@ struct Settings {
   // differ from these defaults, so a file saved with them untouched stays
   // byte for byte what it was.
   bool modernReading = false;  // long notes, stops, random blocks, LF lines
+  int32_t loadThreads = 0;     // media decoding threads; 0: one per core
 };
 
 using OptionField = std::variant<bool*, int16_t*, int32_t*, float*, std::string*>;

@@ -13,6 +13,7 @@
 #include <QSystemTrayIcon>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@
 #include "display/frame_renderer.h"
 #include "display/layout.h"
 #include "display/media_layer.h"
+#include "display/media_prefetch.h"
 #include "display/sound_bank.h"
 #include "play/clock.h"
 #include "play/lane_keys.h"
@@ -34,6 +36,7 @@ class QCheckBox;
 class QComboBox;
 class QLabel;
 class QPlainTextEdit;
+class QProgressBar;
 class QPushButton;
 class QRadioButton;
 class QStackedWidget;
@@ -192,6 +195,11 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   void ApplyAutoHide();
   void DrawIdleFrame();
   void ShowLoadProgress(const LoadCounts& counts);
+  // The chart in playTag_ read with its media decoded on workers while the
+  // window's events are processed; empty when the load was cancelled.
+  std::optional<int32_t> LoadWithEvents();
+  void EndCancelledLoad();
+  void ShowDecodeProgress(const MediaPrefetch::Progress& progress);
   void SetPlayButtonIcon(bool playing);
   void picDraw_Pressed(int x, int y);
   void picDraw_Dragged(int x, int y);
@@ -237,6 +245,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   bool lockControls_ = false;
   bool seekSetByProgram_ = false;
   bool inPlaySequence_ = false;
+  bool loading_ = false;  // media are being decoded below an event loop
   bool closePending_ = false;
   bool playPending_ = false;
   bool shutDownDone_ = false;
@@ -261,6 +270,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   QPlainTextEdit* txtStatus = nullptr;
   QLabel* lblCap = nullptr;
   QLabel* lblInfo = nullptr;
+  QProgressBar* prgLoad = nullptr;  // over lblInfo while media are decoded
   QComboBox* cmbHispeed = nullptr;
   QComboBox* cmbFreq = nullptr;
   QComboBox* cmbSleep = nullptr;
