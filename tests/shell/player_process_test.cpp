@@ -280,7 +280,7 @@ class PlayerLoading : public PlayerProcess {
   }
 };
 
-TEST_F(PlayerLoading, StopDuringAThousandFileLoadIsAnsweredAndCancelsIt) {
+TEST_F(PlayerLoading, StopAnotherChartOrQuitDuringAThousandFileLoadCancelIt) {
   constexpr int kSounds = 1000;
   constexpr int32_t kRate = 44100;
   const std::vector<float> half(kRate, 0.1f);  // half a second of stereo
@@ -299,21 +299,32 @@ TEST_F(PlayerLoading, StopDuringAThousandFileLoadIsAnsweredAndCancelsIt) {
 
   Partner partner(Channel());
   ASSERT_TRUE(partner.connected());
-  partner.Send("LLOAD " + big + "\n");
-  ASSERT_TRUE(partner.WaitFor("POK\n"));
-  // The load begins on the play timer's tick, just after the reply.
-  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  // Each time the big chart's load is under way, on the play timer's tick
+  // just after the reply, when the next command comes.
+  const auto loadBig = [&] {
+    partner.Send("LLOAD " + big + "\n");
+    ASSERT_TRUE(partner.WaitFor("POK\n"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  };
+  loadBig();
   const auto sent = std::chrono::steady_clock::now();
   partner.Send("LSTOP\n");
   ASSERT_TRUE(partner.WaitFor("POK\n"));
   const auto answered = std::chrono::steady_clock::now() - sent;
   std::printf("LSTOP answered during the load in %lld ms\n",
               static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(answered).count()));
-  // The next chart loads and plays to its end; the big one never told its
-  // length, so its load ended before its files were all decoded.
+  // Another chart asked for during the load is loaded and played to its end.
+  loadBig();
   partner.Send("LLOAD " + song + "\n");
   EXPECT_TRUE(partner.WaitFor("PNEXT\n")) << partner.received();
-  EXPECT_EQ(partner.received(), "POK\nPOK\nPOK\nPLENGTH 1000\nPNEXT\n");
+  // Quitting during the load closes the player.
+  loadBig();
+  partner.Send("LQUIT\n");
+  EXPECT_TRUE(partner.WaitFor("PCLOSE\n")) << partner.received();
+  EXPECT_EQ(WaitForExit(30), 0);
+  // The big chart never told its length: each of its loads ended before its
+  // files were all decoded.
+  EXPECT_EQ(partner.received(), "POK\nPOK\nPOK\nPOK\nPLENGTH 1000\nPNEXT\nPOK\nPOK\nPCLOSE\n");
 }
 
 TEST_F(PlayerProcess, EndingSignalsCloseAsTheWindowDoes) {
