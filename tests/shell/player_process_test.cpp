@@ -283,12 +283,12 @@ class PlayerLoading : public PlayerProcess {
 TEST_F(PlayerLoading, StopAnotherChartOrQuitDuringAThousandFileLoadCancelIt) {
   constexpr int kSounds = 1000;
   constexpr int32_t kRate = 44100;
-  const std::vector<float> half(kRate, 0.1f);  // half a second of stereo
+  const std::vector<float> second(2 * kRate, 0.1f);  // a second of stereo
   const char* digits = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
   std::string chart = "#PLAYER 1\r\n#BPM 240\r\n";
   std::filesystem::create_directories(folder.Path("big"));
   const std::string first = folder.Path("big/s1.wav");
-  ASSERT_TRUE(WriteWavFile(first, half.data(), kRate / 2, kRate));
+  ASSERT_TRUE(WriteWavFile(first, second.data(), kRate, kRate));
   for (int i = 1; i <= kSounds; ++i) {
     const std::string name = "s" + std::to_string(i) + ".wav";
     if (i > 1) std::filesystem::copy_file(first, folder.Path("big/" + name));
@@ -304,7 +304,7 @@ TEST_F(PlayerLoading, StopAnotherChartOrQuitDuringAThousandFileLoadCancelIt) {
   const auto loadBig = [&] {
     partner.Send("LLOAD " + big + "\n");
     ASSERT_TRUE(partner.WaitFor("POK\n"));
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    std::this_thread::sleep_for(std::chrono::milliseconds(400));
   };
   loadBig();
   const auto sent = std::chrono::steady_clock::now();
