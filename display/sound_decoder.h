@@ -2,8 +2,8 @@
 // Decoding a sound file into a SoundData with libsndfile: WAV (PCM 8/16/24/32
 // bit, float, IMA and MS ADPCM), OGG Vorbis, FLAC, MP3 and whatever else the
 // installed library reads. Mono is duplicated to both channels; of files with
-// more than two channels the first two are kept. UI thread (any thread, in fact:
-// it touches nothing shared).
+// more than two channels the first two are kept. Any thread: it touches
+// nothing shared (a load's worker threads decode with it).
 
 #include <cstdint>
 #include <limits>
