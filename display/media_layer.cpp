@@ -75,6 +75,11 @@ void MediaLayer::SetSoundFrequency(int slot, int32_t frequency) {
   if (sounds_ != nullptr) sounds_->SetSoundFrequency(slot, frequency);
 }
 
+void MediaLayer::SetPrefetch(const MediaPrefetch* prefetch) {
+  pictures_.SetPrefetch(prefetch);
+  if (sounds_ != nullptr) sounds_->SetPrefetch(prefetch);
+}
+
 PictureLoadResult MediaLayer::LoadPicture(int slot, const std::string& path, bool measure) {
   return pictures_.Load(slot, path, measure, memory_);
 }

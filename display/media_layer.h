@@ -89,6 +89,9 @@ class MediaLayer : public MediaLoader {
   void SetSkin(std::unique_ptr<Surface> skin) { skin_ = std::move(skin); }
   void SetGuide(std::unique_ptr<Surface> guide) { guide_ = std::move(guide); }
   const PictureSlots& pictures() const { return pictures_; }
+  // Sounds and pictures decoded ahead of a load (media_prefetch.h) are taken
+  // from `prefetch` until it is set back to null.
+  void SetPrefetch(const MediaPrefetch* prefetch);
 
  private:
   void LogFreeMemory(const std::string& prefix, const std::string& suffix);

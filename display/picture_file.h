@@ -6,9 +6,11 @@
 // checked from the file's header before any pixel memory is taken. Pictures
 // keep black as their colour key. The media layer owns the slots; UI thread.
 
+#include <QImage>
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "chart/chart.h"
@@ -26,6 +28,11 @@ inline constexpr int32_t kMaxPictureSide = 16384;
 // reason.
 std::unique_ptr<Surface> LoadPictureFile(const std::string& path, SurfaceMemory& memory,
                                          MediaFolderIndex* folders = nullptr);
+// The picture at `resolved` (an existing file), with the same checks but no
+// memory budget; any thread.
+std::optional<QImage> ReadPictureFile(const std::string& resolved);
+
+class MediaPrefetch;
 
 class PictureSlots {
  public:
@@ -38,10 +45,16 @@ class PictureSlots {
   bool AnyLoaded() const;
   // Empties every slot; the next chart's names are resolved afresh.
   void ReleaseAll();
+  // Pictures decoded ahead of the load are taken from `prefetch` (may be
+  // null), which must outlive its use here.
+  void SetPrefetch(const MediaPrefetch* prefetch) { prefetch_ = prefetch; }
 
  private:
+  std::unique_ptr<Surface> LoadFile(const std::string& path, SurfaceMemory& memory);
+
   std::array<std::unique_ptr<Surface>, kMaxMediaSlots> slots_;
   MediaFolderIndex folders_;
+  const MediaPrefetch* prefetch_ = nullptr;
 };
 
 }  // namespace vremo

@@ -7,6 +7,7 @@
 #include <limits>
 #include <set>
 
+#include "display/media_prefetch.h"
 #include "display/sound_decoder.h"
 
 namespace vremo {
@@ -45,8 +46,17 @@ std::shared_ptr<const SoundData> MixerSoundBank::Decode(const std::string& file,
   const FileKey key{status.st_dev, status.st_ino, status.st_size,
                     int64_t{status.st_mtim.tv_sec} * 1000000000 + status.st_mtim.tv_nsec};
   if (auto shared = decoded_[key].lock()) return shared;
+  const int64_t budget = limit_ - HeldBytesExcept(slot);
   DecodeStatus outcome = DecodeStatus::kFailed;
-  auto sound = DecodeSoundFile(file, nullptr, limit_ - HeldBytesExcept(slot), &outcome);
+  std::shared_ptr<const SoundData> sound;
+  const std::shared_ptr<const SoundData>* ahead = prefetch_ != nullptr ? prefetch_->Sound(file) : nullptr;
+  if (ahead == nullptr) {
+    sound = DecodeSoundFile(file, nullptr, budget, &outcome);
+  } else if (*ahead && !FitsBudget((*ahead)->frames, budget)) {
+    outcome = DecodeStatus::kOverBudget;
+  } else {
+    sound = *ahead;
+  }
   if (outcome == DecodeStatus::kOverBudget && log_ != nullptr) {
     log_->PutLog("  Err: decoded sounds would pass " + std::to_string(limit_ / kBytesPerMegabyte) +
                  "MB, not loaded: " + file);

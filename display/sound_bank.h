@@ -32,6 +32,8 @@
 
 namespace vremo {
 
+class MediaPrefetch;
+
 // What the slots' decoded sounds may take in all: four times the media of
 // the largest real song.
 inline constexpr int64_t kDecodedSoundLimit = int64_t{4} << 30;
@@ -44,6 +46,9 @@ class MixerSoundBank : public SoundBank {
   ~MixerSoundBank() override;
 
   void SetLog(DebugLog* log) { log_ = log; }
+  // Files decoded ahead of the load are taken from `prefetch` (may be null),
+  // which must outlive its use here.
+  void SetPrefetch(const MediaPrefetch* prefetch) { prefetch_ = prefetch; }
   // A new chart load: folders are listed again and files decoded anew.
   void BeginLoad();
 
@@ -96,6 +101,7 @@ class MixerSoundBank : public SoundBank {
   int slotCount_ = kMixerVoices;
   MediaFolderIndex folders_;
   std::map<FileKey, std::weak_ptr<const SoundData>> decoded_;  // this load's files
+  const MediaPrefetch* prefetch_ = nullptr;
 };
 
 // A MediaLoader that loads sounds into a MixerSoundBank and no pictures, for

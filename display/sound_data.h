@@ -1,6 +1,7 @@
 #pragma once
 // A decoded sound: stereo float frames at the file's own sample rate. Made once
-// on the UI thread by the decoder, then immutable and shared: the sound bank
+// by the decoder (on a load's worker thread or the UI thread), then immutable
+// and shared: the sound bank
 // owns it, the mixer reads it (on the audio thread) through a plain pointer
 // that the sound output keeps alive until the mixer has let go (sound_output.h).
 

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <sndfile.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -107,6 +108,16 @@ void AppendStereo(const std::vector<float>& in, sf_count_t count, int channels, 
   }
 }
 
+// Fresh memory is mapped one page at a time as it is first written, a trap
+// each; asking for the whole buffer at once costs one call. Only whole pages
+// inside the buffer are touched; where the kernel cannot, nothing happens.
+void Prefault(void* data, size_t bytes) {
+  const auto page = static_cast<uintptr_t>(::sysconf(_SC_PAGESIZE));
+  const auto begin = (reinterpret_cast<uintptr_t>(data) + page - 1) / page * page;
+  const auto end = (reinterpret_cast<uintptr_t>(data) + bytes) / page * page;
+  if (end > begin) ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_POPULATE_WRITE);
+}
+
 struct SndFileCloser {
   void operator()(SNDFILE* file) const { sf_close(file); }
 };
@@ -119,10 +130,22 @@ int64_t DecodedBytes(int64_t frames) {
 
 namespace {
 
+int64_t BudgetFrames(int64_t budgetBytes) { return budgetBytes / DecodedBytes(0) - 1; }
+
+}  // namespace
+
+bool FitsBudget(int64_t frames, int64_t budgetBytes) {
+  const int64_t budgetFrames = BudgetFrames(budgetBytes);
+  return budgetFrames >= 1 && frames <= budgetFrames;
+}
+
+namespace {
+
 // Reads at most `maxFrames` frames of the stream as stereo into `sound`.
 int64_t ReadFrames(SNDFILE* file, const SF_INFO& info, int64_t maxFrames, SoundData& sound) {
   if (info.frames > 0 && info.frames <= maxFrames) {
     sound.samples.reserve(static_cast<size_t>(info.frames + 1) * kSoundChannels);
+    Prefault(sound.samples.data(), sound.samples.capacity() * sizeof(float));
   }
   std::vector<float> chunk(static_cast<size_t>(kReadChunkFrames) * info.channels);
   int64_t frames = 0;
@@ -166,7 +189,7 @@ std::shared_ptr<const SoundData> DecodeSoundFile(const std::string& path, std::s
   }
 
   // Frames the budget allows; one more is read to tell "fits" from "too long".
-  const int64_t budgetFrames = budgetBytes / DecodedBytes(0) - 1;
+  const int64_t budgetFrames = BudgetFrames(budgetBytes);
   if (budgetFrames < 1) {
     SetError(error, "over the memory budget");
     outcome = DecodeStatus::kOverBudget;

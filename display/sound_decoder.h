@@ -2,8 +2,8 @@
 // Decoding a sound file into a SoundData with libsndfile: WAV (PCM 8/16/24/32
 // bit, float, IMA and MS ADPCM), OGG Vorbis, FLAC, MP3 and whatever else the
 // installed library reads. Mono is duplicated to both channels; of files with
-// more than two channels the first two are kept. UI thread (any thread, in fact:
-// it touches nothing shared).
+// more than two channels the first two are kept. Any thread: it touches
+// nothing shared (a load's worker threads decode with it).
 
 #include <cstdint>
 #include <limits>
@@ -23,6 +23,9 @@ enum class DecodeStatus { kDecoded, kFailed, kOverBudget };
 
 // Memory a decoded sound of `frames` frames takes, its guard frame included.
 int64_t DecodedBytes(int64_t frames);
+// Whether a decoded sound of `frames` frames stays within `budgetBytes`, as
+// DecodeSoundFile decides it.
+bool FitsBudget(int64_t frames, int64_t budgetBytes);
 
 // Decodes the file at `path` (an existing file's name: resolve chart names with
 // ResolveMediaPath first). Only a regular file is read, and it is opened

@@ -92,6 +92,7 @@ constexpr std::array kExtensionKeys = {
     SettingsKey{"Setting", "AudioOffset", Field<&Settings::audioOffsetMs>, kMinOffsetMs, kMaxOffsetMs},
     SettingsKey{"Setting", "DisplayOffset", Field<&Settings::displayOffsetMs>, kMinOffsetMs, kMaxOffsetMs},
     SettingsKey{"Setting", "JudgeOffset", Field<&Settings::judgeOffsetMs>, kMinOffsetMs, kMaxOffsetMs},
+    SettingsKey{"Setting", "LoadThreads", Field<&Settings::loadThreads>, 0, kMaxLoadThreads},
 };
 
 bool SameName(std::string_view a, std::string_view b) {

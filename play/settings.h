@@ -25,6 +25,8 @@ inline constexpr float kMinHiSpeed = 0.5f;
 inline constexpr float kMaxHiSpeed = 8.0f;
 inline constexpr float kMinRealHiSpeed = 0.5f;
 inline constexpr float kMaxRealHiSpeed = 2.0f;
+// Media decoding threads a load may start (LoadThreads; 0 means one per core).
+inline constexpr int32_t kMaxLoadThreads = 64;
 // Window places: X11 keeps coordinates and sizes in 16 bits.
 inline constexpr float kMinWindowCoordinate = -32768.0f;
 inline constexpr float kMaxWindowCoordinate = 32767.0f;
@@ -98,13 +100,14 @@ struct Settings {
   // byte for byte what it was.
   bool modernReading = false;                             // long notes, stops, random blocks, LF lines
   int32_t audioBufferFrames = kDefaultAudioBufferFrames;  // sound-device block, applied when it opens
-  bool vsync = false;  // present frames in step with the display's refresh, not free-running
+  bool vsync = false;           // present frames in step with the display's refresh, not free-running
   bool judgeAtKeyTime = false;  // presses judged at their own time, not the next pass
   // Offsets in ms; positive means the player hears, sees or presses that much
   // late, and the play makes up for it.
   int32_t audioOffsetMs = 0;    // sounds start this much earlier
   int32_t displayOffsetMs = 0;  // notes are drawn this much ahead
   int32_t judgeOffsetMs = 0;    // presses are judged this much earlier
+  int32_t loadThreads = 0;      // media decoding threads; 0: one per core
 };
 
 using OptionField = std::variant<bool*, int16_t*, int32_t*, float*, std::string*>;

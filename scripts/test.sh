@@ -9,15 +9,16 @@ bash scripts/install-deps.sh
 bash scripts/build.sh "$@"
 export QT_QPA_PLATFORM=offscreen SDL_AUDIODRIVER=dummy
 if [ "${1:-}" = "--tsan" ]; then
-  # The sound device's audio thread against the UI thread, the command
-  # channel's sockets, and the real player run as processes beside the test.
+  # The sound device's audio thread against the UI thread, the load's decoder
+  # threads, the command channel's sockets, and the real player run as
+  # processes beside the test.
   export TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$PWD/tests/tsan.supp"
   cd build-tsan/tests
-  display/display_tests --gtest_filter='AudioDevice*:Mixer*:SoundBank*'
+  display/display_tests --gtest_filter='AudioDevice*:Mixer*:SoundBank*:MediaPrefetch*'
   shell/shell_window_tests --gtest_filter='CommandChannel*:Instance*'
   # (The first process test's client waits only briefly for a load's notice,
   # which this slower build can miss.)
-  shell/shell_tests --gtest_filter='PlayerProcess*:PlayerFaults*:-PlayerProcess.ChannelLoadsSeeksHandsOverAndQuits'
+  shell/shell_tests --gtest_filter='PlayerProcess*:PlayerFaults*:PlayerLoading*:-PlayerProcess.ChannelLoadsSeeksHandsOverAndQuits'
   exit 0
 fi
 dir=build

@@ -11,15 +11,11 @@
 #include "shell/tool_modes.h"
 
 namespace vremo {
-namespace {
-
 int ExitStatusOf(int32_t result) {
   if (result == kLoadOk) return kExitLoaded;
   if (result == kLoadNoObject) return kExitNoObject;
   return kExitMissing;
 }
-
-}  // namespace
 
 int LoadCharts(const std::vector<std::string>& paths, const LoadOptions& options, bool info, std::ostream& out) {
   auto chart = std::make_unique<Chart>();
@@ -54,7 +50,7 @@ std::optional<uint32_t> ParseSeed(const std::string& text) {
 }
 
 bool ParseLoadArguments(const std::vector<std::string>& args, LoadArguments& parsed, std::ostream& err) {
-  Settings settings;
+  Settings& settings = parsed.settings;
   parsed.options.noWav = true;
   parsed.options.noBga = true;
   for (size_t i = 0; i < args.size(); ++i) {

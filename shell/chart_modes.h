@@ -4,6 +4,7 @@
 // executable runs them before it loads the player's libraries at all.
 // Main thread.
 
+#include <cstdint>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -12,6 +13,9 @@
 #include "chart/load_context.h"
 
 namespace vremo {
+
+// The exit status of a tool mode for the last load's result.
+int ExitStatusOf(int32_t result);
 
 // Loads every chart into one Chart, as consecutive loads in the player, and
 // prints the last load's log and song lines (info) or its JSON dump.

@@ -1,10 +1,12 @@
 #pragma once
-// Loading a chart with hundreds of keysounds takes seconds on the UI thread.
+// The chart reader hands each media line to the media layer in file order.
 // LoadProgress stands between the chart reader and the media layer, counts
 // the sounds and pictures as they load and, at most every
 // kLoadProgressIntervalMs (and for the first file), hands the counts to the
-// window, which repaints its progress text at once. No events are processed
-// during a load, so nothing can start a second one. UI thread only.
+// window, which repaints its progress text at once. The reader runs without
+// processing events (the media it asks for were decoded before, while the
+// window answered; see MainWindow::LoadWithEvents), so nothing can start a
+// second read meanwhile. UI thread only.
 
 #include <chrono>
 #include <functional>

@@ -9,6 +9,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -114,6 +115,10 @@ void MainWindow::PreperForm() {
   lblInfo = new QLabel;
   lblInfo->setObjectName("lblInfo");
   lblInfo->setToolTip(tr("Frame rate, measure and position while playing"));
+  prgLoad = new QProgressBar(lblInfo);
+  prgLoad->setObjectName("prgLoad");
+  prgLoad->setFormat("%v/%m");
+  prgLoad->hide();
   left->addWidget(picTitle);
   left->addWidget(picDraw, 1);
   left->addWidget(hscSeek);
@@ -234,8 +239,9 @@ void MainWindow::ApplyAudioBuffer() {
 void MainWindow::Quit() { close(); }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
-  if (inPlaySequence_) {
-    // The play loop runs below this handler: end it first, close after.
+  if (inPlaySequence_ || loading_) {
+    // The play loop or a load runs below this handler: end it first, close
+    // after.
     closePending_ = true;
     engine_->RequestStop();
     event->ignore();

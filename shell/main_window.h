@@ -24,6 +24,7 @@
 #include "display/frame_renderer.h"
 #include "display/layout.h"
 #include "display/media_layer.h"
+#include "display/media_prefetch.h"
 #include "display/sound_bank.h"
 #include "play/clock.h"
 #include "play/lane_keys.h"
@@ -37,6 +38,7 @@ class QComboBox;
 class QGridLayout;
 class QLabel;
 class QPlainTextEdit;
+class QProgressBar;
 class QPushButton;
 class QRadioButton;
 class QSpinBox;
@@ -201,6 +203,11 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   void ApplyAutoHide();
   void DrawIdleFrame();
   void ShowLoadProgress(const LoadCounts& counts);
+  // The chart in playTag_ read with its media decoded on workers while the
+  // window's events are processed; empty when the load was cancelled.
+  std::optional<int32_t> LoadWithEvents();
+  void EndCancelledLoad();
+  void ShowDecodeProgress(const MediaPrefetch::Progress& progress);
   void SetPlayButtonIcon(bool playing);
   void picDraw_Pressed(int x, int y);
   void picDraw_Dragged(int x, int y);
@@ -249,6 +256,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   bool lockControls_ = false;
   bool seekSetByProgram_ = false;
   bool inPlaySequence_ = false;
+  bool loading_ = false;  // media are being decoded below an event loop
   bool closePending_ = false;
   bool playPending_ = false;
   bool shutDownDone_ = false;
@@ -274,6 +282,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   QPlainTextEdit* txtStatus = nullptr;
   QLabel* lblCap = nullptr;
   QLabel* lblInfo = nullptr;
+  QProgressBar* prgLoad = nullptr;  // over lblInfo while media are decoded
   QComboBox* cmbHispeed = nullptr;
   QComboBox* cmbFreq = nullptr;
   QComboBox* cmbSleep = nullptr;

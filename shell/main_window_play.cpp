@@ -6,6 +6,7 @@
 #include <QFileDialog>
 #include <QLabel>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
@@ -20,6 +21,7 @@
 #include "chart/chart_compiler.h"
 #include "chart/chart_text.h"
 #include "chart/numbers.h"
+#include "display/media_prefetch.h"
 #include "shell/draw_area.h"
 #include "shell/load_progress.h"
 #include "shell/main_window.h"
@@ -57,8 +59,9 @@ void MainWindow::SeekTo(int32_t target, bool byPosition) {
 void MainWindow::timPlay_Timer() {
   timPlay->stop();
   timPlay->setInterval(kPlayTimerIntervalMs);
-  if (inPlaySequence_) {
-    // The play loop runs below this tick: the request waits for its end.
+  if (inPlaySequence_ || loading_) {
+    // A play or a load runs below this tick: the request waits for its end
+    // (and cancels the load).
     playPending_ = true;
     return;
   }
@@ -72,15 +75,12 @@ void MainWindow::timPlay_Timer() {
     picTitle->ShowSongMessage("Now Loading...");
     media_->PrepareSurfaces();
     sounds_.ReleaseSounds();
-    LoadProgress progress(*media_, [this](const LoadCounts& counts) { ShowLoadProgress(counts); });
-    LoadContext context{
-        log_, progress, {settings_.noWav, settings_.noBga, settings_.realHiSpeed, settings_.modernReading, {}}, [this] {
-          layoutContext_->sides = SideSwitchesOf(*chart_);
-          LoadLayout();
-        }};
-    const int32_t loaded = LoadChart(playTag_, *chart_, context);
-    ShowLoadProgress(progress.counts());
-    if (loaded != kLoadOk) {
+    const std::optional<int32_t> loaded = LoadWithEvents();
+    if (!loaded) {
+      EndCancelledLoad();
+      return;
+    }
+    if (*loaded != kLoadOk) {
       lblInfo->clear();
       log_.PutLog("BMS load error");
       SetPlayButtonIcon(false);
@@ -137,9 +137,67 @@ void MainWindow::timPlay_Timer() {
   }
 }
 
+// The files are decoded on workers while this loop keeps the window
+// answering; a stop, another chart or closing the window cancels the load.
+std::optional<int32_t> MainWindow::LoadWithEvents() {
+  loading_ = true;
+  // Set by the request that started this load; from here on it means "stop
+  // loading". The play clears it when it starts.
+  engine_->state().stopRequested = false;
+  LoadProgress progress(*media_, [this](const LoadCounts& counts) { ShowLoadProgress(counts); });
+  LoadContext context{
+      log_, progress, {settings_.noWav, settings_.noBga, settings_.realHiSpeed, settings_.modernReading, {}}, [this] {
+        layoutContext_->sides = SideSwitchesOf(*chart_);
+        LoadLayout();
+      }};
+  const std::string tag = playTag_;
+  // Only a request for another chart cancels; one for this chart (Play
+  // pressed while loading) is this load.
+  const auto goOn = [this, &tag] {
+    return !engine_->state().stopRequested && !closePending_ && !(playPending_ && playTag_ != tag);
+  };
+  const AheadLoad load = LoadChartAhead(tag, *chart_, context, *media_, settings_.loadThreads,
+                                        [this, &goOn](const MediaPrefetch::Progress& decoding) {
+                                          ShowDecodeProgress(decoding);
+                                          QCoreApplication::processEvents(QEventLoop::AllEvents);
+                                          return goOn();
+                                        });
+  prgLoad->hide();
+  loading_ = false;
+  if (load.result && playTag_ == tag) playPending_ = false;
+  if (load.result) ShowLoadProgress(progress.counts());
+  return load.result;
+}
+
+void MainWindow::EndCancelledLoad() {
+  // The previous chart's media are gone: a later request loads afresh.
+  chart_->path.clear();
+  lblInfo->clear();
+  SetPlayButtonIcon(false);
+  if (closePending_) {
+    close();
+    return;
+  }
+  if (playPending_) {
+    playPending_ = false;
+    timPlay->start();
+  }
+}
+
+void MainWindow::ShowDecodeProgress(const MediaPrefetch::Progress& progress) {
+  const QString file = QString::fromStdString(progress.current).section('/', -1);
+  lblInfo->setText(tr("Now Loading... %1/%2 %3").arg(progress.done).arg(progress.total).arg(file));
+  prgLoad->setRange(0, progress.total);
+  prgLoad->setValue(progress.done);
+  // Over the right half of the info line, which keeps its height.
+  const QRect line = lblInfo->rect();
+  prgLoad->setGeometry(line.width() / 2, 0, line.width() - line.width() / 2, line.height());
+  prgLoad->show();
+}
+
 void MainWindow::ShowLoadProgress(const LoadCounts& counts) {
   lblInfo->setText(tr("Now Loading... %1 sounds, %2 pictures").arg(counts.sounds).arg(counts.pictures));
-  // The load holds the event loop: paint the progress and the log now.
+  // The reader holds the event loop: paint the progress and the log now.
   for (QWidget* widget :
        {static_cast<QWidget*>(lblInfo), static_cast<QWidget*>(txtStatus), static_cast<QWidget*>(picTitle)}) {
     if (widget->isVisible()) widget->repaint();

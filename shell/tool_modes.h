@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "chart/load_context.h"
+#include "play/settings.h"
 
 namespace vremo {
 
@@ -28,6 +29,7 @@ std::optional<uint32_t> ParseSeed(const std::string& text);
 // reading) and "--seed N" anywhere, the rest are chart paths.
 struct LoadArguments {
   LoadOptions options;
+  Settings settings;  // the defaults with the --option values
   std::vector<std::string> paths;
 };
 // False with a message on `err` for a missing value, an unknown option or a

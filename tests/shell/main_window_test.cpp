@@ -7,13 +7,17 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QProcess>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTest>
 #include <QTimer>
+#include <filesystem>
+#include <set>
 
 #include "chart/bms_reader.h"
 #include "chart/media_loader.h"
+#include "display/wav_writer.h"
 #include "play/headless_play.h"
 #include "shell/draw_area.h"
 #include "shell/seek_bar.h"
@@ -280,6 +284,73 @@ TEST_F(MainWindowTest, ChartLoadsOnceShowsItsTextsAndAMissingOneDisablesPlay) {
   EXPECT_FALSE(Find<QPushButton>("cmdStop")->isEnabled());
   EXPECT_FALSE(Find<QPushButton>("cmdReload")->isEnabled());
   EXPECT_TRUE(Find<QPushButton>("cmdFF")->isEnabled());
+}
+
+TEST_F(MainWindowTest, MediaDecodeUnderAProgressBarAndAStopOrAnotherChartCancelsIt) {
+  // 200 sounds decoded on one thread: the window answers while they are.
+  constexpr int kSounds = 200;
+  const std::vector<float> samples(2 * 11025, 0.1f);
+  ASSERT_TRUE(WriteWavFile(folder.Path("s1.wav"), samples.data(), 11025, 44100));
+  std::vector<std::string> lines = {"#PLAYER 1", "#TITLE Many", "#BPM 240"};
+  for (int i = 1; i <= kSounds; ++i) {
+    const std::string name = "s" + std::to_string(i) + ".wav";
+    if (i > 1) std::filesystem::copy_file(folder.Path("s1.wav"), folder.Path(name));
+    char slot[3];
+    std::snprintf(slot, sizeof slot, "%02X", i);
+    lines.push_back("#WAV" + std::string(slot) + " " + name);
+  }
+  lines.push_back("#00111:01");
+  const std::string many = folder.Write("many.bms", Crlf(lines));
+  const std::string other = folder.Write("other.bms", Crlf({"#PLAYER 1", "#TITLE Other", "#BPM 240", "#00111:01"}));
+  Find<QCheckBox>("chkSet13")->setChecked(true);  // DontWait
+  window->settings().loadThreads = 1;
+  auto* bar = Find<QProgressBar>("prgLoad");
+  auto* info = Find<QLabel>("lblInfo");
+
+  // Seen from a timer that runs during the load; the Stop button ends it.
+  int shown = 0;
+  QString text;
+  QTimer watch;
+  QObject::connect(&watch, &QTimer::timeout, [&] {
+    if (!bar->isVisible()) return;
+    ++shown;
+    EXPECT_EQ(bar->maximum(), kSounds);
+    text = info->text();
+    if (shown == 1) Find<QPushButton>("cmdStop")->click();
+  });
+  watch.start(1);
+  window->RequestPlay(many);
+  ASSERT_TRUE(WaitFor([&] { return Log().contains("  load cancelled: "); }));
+  EXPECT_GE(shown, 1);
+  EXPECT_TRUE(text.startsWith("Now Loading... ")) << text.toStdString();
+  EXPECT_TRUE(text.contains("/200")) << text.toStdString();
+  EXPECT_FALSE(bar->isVisible());
+  EXPECT_EQ(LogCount("BMS load --------"), 0);
+
+  // Another chart asked for during the load cancels it and plays instead:
+  // the first chart is never read (the log starts anew with each read).
+  shown = 0;
+  std::set<std::string> titles;
+  QObject::disconnect(&watch, nullptr, nullptr, nullptr);
+  QObject::connect(&watch, &QTimer::timeout, [&] {
+    titles.insert(window->chart().title);
+    if (bar->isVisible() && ++shown == 1) window->RequestPlay(other);
+  });
+  window->RequestPlay(many);
+  const auto played = [&](const std::string& title) {
+    return WaitFor([&] {
+      return window->chart().title == title && LogCount("PlayLoop complete") == 1 && !window->engine().state().running;
+    });
+  };
+  ASSERT_TRUE(played("Other"));
+  EXPECT_GE(shown, 1);
+  EXPECT_EQ(titles, (std::set<std::string>{"", "Other"}));
+  // Asked for again with nothing in the way, it loads whole and plays.
+  watch.stop();
+  window->RequestPlay(many);
+  ASSERT_TRUE(played("Many"));
+  EXPECT_EQ(LogCount("BMS load --------"), 1);
+  EXPECT_EQ(LogCount("  load cancelled: "), 0);
 }
 
 // 400 measures of 2/4 (38400 units, past the 16-bit seek bar), slow at the end

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "chart/bms_reader.h"
+#include "display/wav_writer.h"
 #include "shell/command_channel.h"
 #include "shell/key_map_file.h"
 #include "shell/play_list_file.h"
@@ -266,6 +267,64 @@ TEST_F(PlayerProcess, BadInputAndUnreadableChartsDoNotStopThePlayer) {
   EXPECT_NE(settings.find("[MainForm]\r\nLeft=30\r\nTop=40\r\nWidth=1000\r\nHeight=700\r\n"), std::string::npos);
   EXPECT_NE(settings.find("[PlayList]\r\nLeft=50\r\nTop=60\r\nWidth=300\r\nHeight=200\r\nWindowState=0\r\n"),
             std::string::npos);
+}
+
+// The player reading base-36 slots and decoding on one thread, so that a
+// load of a thousand sounds lasts a while.
+class PlayerLoading : public PlayerProcess {
+ protected:
+  void SetUp() override {
+    Prepare();
+    folder.Write("home/vremo.ini", std::string(kSettings) + "ModernReading=True\r\nLoadThreads=1\r\n");
+    StartPlayer();
+  }
+};
+
+TEST_F(PlayerLoading, StopAnotherChartOrQuitDuringAThousandFileLoadCancelIt) {
+  constexpr int kSounds = 1000;
+  constexpr int32_t kRate = 44100;
+  const std::vector<float> second(2 * kRate, 0.1f);  // a second of stereo
+  const char* digits = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  std::string chart = "#PLAYER 1\r\n#BPM 240\r\n";
+  std::filesystem::create_directories(folder.Path("big"));
+  const std::string first = folder.Path("big/s1.wav");
+  ASSERT_TRUE(WriteWavFile(first, second.data(), kRate, kRate));
+  for (int i = 1; i <= kSounds; ++i) {
+    const std::string name = "s" + std::to_string(i) + ".wav";
+    if (i > 1) std::filesystem::copy_file(first, folder.Path("big/" + name));
+    chart += std::string("#WAV") + digits[i / 36] + digits[i % 36] + " " + name + "\r\n";
+  }
+  const std::string big = folder.Write("big/big.bms", chart + "#00111:01\r\n");
+  const std::string song = folder.Write("short.bms", "#PLAYER 1\r\n#BPM 240\r\n#00111:01\r\n");
+
+  Partner partner(Channel());
+  ASSERT_TRUE(partner.connected());
+  // Each time the big chart's load is under way, on the play timer's tick
+  // just after the reply, when the next command comes.
+  const auto loadBig = [&] {
+    partner.Send("LLOAD " + big + "\n");
+    ASSERT_TRUE(partner.WaitFor("POK\n"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(400));
+  };
+  loadBig();
+  const auto sent = std::chrono::steady_clock::now();
+  partner.Send("LSTOP\n");
+  ASSERT_TRUE(partner.WaitFor("POK\n"));
+  const auto answered = std::chrono::steady_clock::now() - sent;
+  std::printf("LSTOP answered during the load in %lld ms\n",
+              static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(answered).count()));
+  // Another chart asked for during the load is loaded and played to its end.
+  loadBig();
+  partner.Send("LLOAD " + song + "\n");
+  EXPECT_TRUE(partner.WaitFor("PNEXT\n")) << partner.received();
+  // Quitting during the load closes the player.
+  loadBig();
+  partner.Send("LQUIT\n");
+  EXPECT_TRUE(partner.WaitFor("PCLOSE\n")) << partner.received();
+  EXPECT_EQ(WaitForExit(30), 0);
+  // The big chart never told its length: each of its loads ended before its
+  // files were all decoded.
+  EXPECT_EQ(partner.received(), "POK\nPOK\nPOK\nPOK\nPLENGTH 1000\nPNEXT\nPOK\nPOK\nPCLOSE\n");
 }
 
 TEST_F(PlayerProcess, EndingSignalsCloseAsTheWindowDoes) {

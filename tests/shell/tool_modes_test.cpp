@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <QImage>
+#include <regex>
 #include <sstream>
 
 #include "chart/control_flow.h"
+#include "display/wav_writer.h"
 #include "shell/chart_modes.h"
 #include "tests/chart/chart_fixture.h"
 
@@ -63,6 +66,37 @@ TEST_F(ToolModes, SeveralChartsLoadIntoOneChartAndTheLastDecides) {
   const ToolRun missing = RunTool({"--info", first, folder.path().string() + "/none.bms"});
   EXPECT_EQ(missing.status, kExitMissing);
   EXPECT_EQ(missing.out, "Err[not exist] :none.bms\nBMS load error\n");
+}
+
+TEST_F(ToolModes, InfoWithMediaDecodesTheSoundsAndPicturesAndCountsThem) {
+  const std::vector<float> samples(2 * 4410, 0.25f);
+  ASSERT_TRUE(WriteWavFile(folder.Path("a.wav"), samples.data(), 4410, 44100));
+  QImage picture(8, 4, QImage::Format_RGB32);
+  picture.fill(Qt::red);
+  ASSERT_TRUE(picture.save(QString::fromStdString(folder.Path("p.png"))));
+  // One file named by two slots, a missing one, a picture.
+  const std::string path = Chart("m.bms", {"#TITLE media", "#WAV01 a.wav", "#WAV02 A.WAV", "#WAV03 gone.wav",
+                                           "#BMP01 p.png", "#00111:010203", "#00104:01"});
+  // --media may stand before or after the options.
+  for (const char* threads : {"LoadThreads=1", "LoadThreads=0"}) {
+    const ToolRun run = threads[11] == '1' ? RunTool({"--info", "--media", "--option", threads, path})
+                                           : RunTool({"--info", "--option", threads, "--media", path});
+    EXPECT_EQ(run.status, kExitLoaded);
+    EXPECT_EQ(std::regex_replace(run.out, std::regex(" in [0-9]+ ms\n$"), " in T ms\n"),
+              "\n\n\n\n\n\nBMS load --------\n  file exist...\n  loading bms...\n  compiling bms & file loading...\n"
+              "  VRAM free: 536870912bytes\n  adding separator...\n  sorting objects...\n"
+              "  recaliculating objects position...\nBMSLoad complete.\nBMSInfo --------\n* BMS-ID: 3\n"
+              "* 6objects, 1measures\n* TotalNotes 1:3 2:0\n* length 0ms, 320pixels\n* genre:\n* title:media\n"
+              "* artist:\n* player:0\n* playlevel:0, rank:0\n* bpm:0\n----------------\n"
+              "loaded 2 sounds, 1 pictures in T ms\n")
+        << threads;
+  }
+  // Without --media nothing is decoded; a missing chart is still told.
+  EXPECT_NE(RunTool({"--info", path}).out.find("  VRAM free: 0bytes\n"), std::string::npos);
+  const ToolRun missing = RunTool({"--info", "--media", folder.Path("none.bms")});
+  EXPECT_EQ(missing.status, kExitMissing);
+  EXPECT_EQ(std::regex_replace(missing.out, std::regex(" in [0-9]+ ms\n$"), " in T ms\n"),
+            "Err[not exist] :none.bms\nBMS load error\nloaded 0 sounds, 0 pictures in T ms\n");
 }
 
 TEST_F(ToolModes, DumpDescribesTheCompiledChart) {
