@@ -207,6 +207,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   // window's events are processed; empty when the load was cancelled.
   std::optional<int32_t> LoadWithEvents();
   void EndCancelledLoad();
+  bool TakePendingRequest();
   void ShowDecodeProgress(const MediaPrefetch::Progress& progress);
   void SetPlayButtonIcon(bool playing);
   void picDraw_Pressed(int x, int y);

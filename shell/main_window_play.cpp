@@ -117,15 +117,7 @@ void MainWindow::timPlay_Timer() {
   ApplyAutoHide();
   SetSeekBarByProgram(0);
   SetPlayButtonIcon(false);
-  if (closePending_) {
-    close();
-    return;
-  }
-  if (playPending_) {
-    playPending_ = false;
-    timPlay->start();
-    return;
-  }
+  if (TakePendingRequest()) return;
   if (!engine_->state().stopRequested) {
     if (quitAfterPlay_) {
       close();
@@ -174,14 +166,21 @@ void MainWindow::EndCancelledLoad() {
   chart_->path.clear();
   lblInfo->clear();
   SetPlayButtonIcon(false);
+  TakePendingRequest();
+}
+
+// A close or a play asked for while the window was busy runs now.
+bool MainWindow::TakePendingRequest() {
   if (closePending_) {
     close();
-    return;
+    return true;
   }
   if (playPending_) {
     playPending_ = false;
     timPlay->start();
+    return true;
   }
+  return false;
 }
 
 void MainWindow::ShowDecodeProgress(const MediaPrefetch::Progress& progress) {
