@@ -3,8 +3,10 @@
 // never pays for mapping and initialising Qt, SDL and the sound decoders.
 #include <dlfcn.h>
 
+#include <filesystem>
 #include <iostream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "shell/chart_modes.h"
@@ -17,14 +19,29 @@ constexpr int kExitPlayerMissing = 70;
 
 using PlayerMain = int (*)(int, char**);
 
+// Beside this executable (the build tree), then the installed library folder.
+// Full paths, because a sanitizer that wraps dlopen makes itself the caller
+// whose RUNPATH would be searched.
+void* OpenPlayer() {
+  std::error_code error;
+  const std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+  if (!error) {
+    for (const std::filesystem::path& candidate :
+         {folder / kPlayerLibrary, folder / VREMO_PLAYER_LIBRARY_DIR / kPlayerLibrary}) {
+      // A library that is there but does not load is the error to tell.
+      if (std::filesystem::exists(candidate, error)) return dlopen(candidate.c_str(), RTLD_NOW | RTLD_LOCAL);
+    }
+  }
+  return dlopen(kPlayerLibrary, RTLD_NOW | RTLD_LOCAL);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   const std::vector<std::string> args(argv + 1, argv + argc);
   if (auto status = vremo::RunChartMode(args, std::cout, std::cerr)) return *status;
 
-  // Found beside this executable or in the installed library folder (RUNPATH).
-  void* player = dlopen(kPlayerLibrary, RTLD_NOW | RTLD_LOCAL);
+  void* player = OpenPlayer();
   auto* entry = player != nullptr ? reinterpret_cast<PlayerMain>(dlsym(player, kPlayerEntry)) : nullptr;
   if (entry == nullptr) {
     std::cerr << "vremo: cannot load the player (" << dlerror() << ")\n";
