@@ -1,0 +1,71 @@
+#pragma once
+// The library's index, one SQLite file (library.db beside the other user
+// files, WAL mode, a schema version with migrations): the library folders,
+// one row per chart and the results read from the score log. A LibraryDb is
+// one connection: use it on one thread at a time; the scanner, the browser
+// and each tool mode open their own, and every write is a transaction, so a
+// reader never sees half a folder.
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "library/library_entry.h"
+
+struct sqlite3;
+
+namespace vremo {
+
+inline constexpr std::string_view kLibraryFileName = "library.db";
+// A library that cannot be opened is renamed to library.db.bad, never deleted.
+inline constexpr std::string_view kBadLibrarySuffix = ".bad";
+
+struct LibraryStats {
+  int64_t charts = 0;
+  int64_t folders = 0;       // song folders
+  int64_t roots = 0;         // library folders
+  int64_t played = 0;        // charts with at least one result
+  int64_t needsModern = 0;
+  int64_t totalLengthMs = 0;
+};
+
+class LibraryDb {
+ public:
+  // Opens or creates the library at `path` and brings its schema up to the
+  // current version. A file that is corrupt, not a library, from a newer
+  // Vremo or locked beyond the wait is renamed to `path` + ".bad" (with its
+  // -wal and -shm files) and a new library is made; `message` then says so
+  // in one line for the user. Empty only when no library can be made at all
+  // (`message` says why).
+  static std::unique_ptr<LibraryDb> Open(const std::string& path, std::string* message);
+  ~LibraryDb();
+
+  // Library folders, as given (absolute), in the order added.
+  std::vector<std::string> Roots();
+  bool AddRoot(const std::string& folder);  // false when already there
+  bool RemoveRoot(const std::string& folder);  // its charts go with it
+
+  // Every chart with its result, ordered by path.
+  std::vector<LibraryEntry> Entries();
+  std::optional<LibraryEntry> EntryByPath(const std::string& path);
+  LibraryStats Stats();
+
+  // Reads what the score log (vremoscore.txt in `programFolder`) gained
+  // since the last call and folds it into the results. Returns the number
+  // of result blocks read.
+  int32_t ImportScoreLog(const std::string& programFolder);
+
+  sqlite3* handle() { return db_; }  // for the scanner in this module
+
+ private:
+  explicit LibraryDb(sqlite3* db) : db_(db) {}
+  sqlite3* db_;
+};
+
+// ProgramFolder()'s library.db.
+std::string DefaultLibraryPath(const std::string& programFolder);
+
+}  // namespace vremo

@@ -1,0 +1,54 @@
+#pragma once
+// Finding charts in the library as the user types: every word of the text
+// must occur (case-insensitively) in the title, subtitle, artist, genre or
+// song folder; filters by key count and level; sorting by any column. Works
+// on the entries read once from library.db, so a keystroke costs no
+// database query. Any thread, one index per thread.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "library/library_entry.h"
+
+namespace vremo {
+
+enum class LibraryColumn : uint8_t {
+  kTitle,
+  kArtist,
+  kGenre,
+  kLevel,
+  kKeys,
+  kBpm,
+  kNotes,
+  kLength,
+  kBestJudgePoints,
+  kPlays,
+  kFolder,
+  kPath,
+};
+
+struct LibraryQuery {
+  std::string text;     // UTF-8; words separated by blanks
+  int32_t keyCount = 0;  // 0 = any
+  int32_t minLevel = 0;  // 0 = no lower bound
+  int32_t maxLevel = 0;  // 0 = no upper bound
+  LibraryColumn sortBy = LibraryColumn::kPath;
+  bool descending = false;
+};
+
+class LibraryIndex {
+ public:
+  explicit LibraryIndex(std::vector<LibraryEntry> entries);
+
+  const std::vector<LibraryEntry>& entries() const { return entries_; }
+  // Indices into entries() of the matching charts, in the query's order
+  // (ties by path).
+  std::vector<int32_t> Find(const LibraryQuery& query) const;
+
+ private:
+  std::vector<LibraryEntry> entries_;
+  std::vector<std::string> folded_;  // each entry's searchable text, case-folded
+};
+
+}  // namespace vremo
