@@ -74,7 +74,7 @@ bool AllHex(std::string_view text) { return std::all_of(text.begin(), text.end()
 bool IsModernWord(std::string_view word) {
   static constexpr std::string_view kWords[] = {"RANDOM", "SETRANDOM", "IF",   "ELSEIF", "ELSE",   "ENDIF",
                                                 "ENDRANDOM", "SWITCH", "SETSWITCH", "CASE", "SKIP", "DEF",
-                                                "ENDSW",  "LNTYPE",    "LNOBJ"};
+                                                "ENDSW",  "LNOBJ"};
   if (std::find(std::begin(kWords), std::end(kWords), word) != std::end(kWords)) return true;
   // Tempo and stop tables: #BPMxx, #EXBPMxx, #STOPxx.
   return (word.size() > 3 && word.substr(0, 3) == "BPM") || word.substr(0, 5) == "EXBPM" ||
