@@ -72,13 +72,11 @@ bool AllHex(std::string_view text) { return std::all_of(text.begin(), text.end()
 
 // Words only the modern reading acts on: control flow and long notes.
 bool IsModernWord(std::string_view word) {
-  static constexpr std::string_view kWords[] = {"RANDOM", "SETRANDOM", "IF",   "ELSEIF", "ELSE",   "ENDIF",
-                                                "ENDRANDOM", "SWITCH", "SETSWITCH", "CASE", "SKIP", "DEF",
-                                                "ENDSW",  "LNOBJ"};
+  static constexpr std::string_view kWords[] = {"RANDOM", "SETRANDOM", "IF",   "ELSEIF", "ELSE", "ENDIF", "ENDRANDOM",
+                                                "SWITCH", "SETSWITCH", "CASE", "SKIP",   "DEF",  "ENDSW", "LNOBJ"};
   if (std::find(std::begin(kWords), std::end(kWords), word) != std::end(kWords)) return true;
   // Tempo and stop tables: #BPMxx, #EXBPMxx, #STOPxx.
-  return (word.size() > 3 && word.substr(0, 3) == "BPM") || word.substr(0, 5) == "EXBPM" ||
-         word.substr(0, 4) == "STOP";
+  return (word.size() > 3 && word.substr(0, 3) == "BPM") || word.substr(0, 5) == "EXBPM" || word.substr(0, 4) == "STOP";
 }
 
 // The chart's text in the file's encoding, as UTF-8.
