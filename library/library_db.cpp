@@ -60,6 +60,17 @@ constexpr const char* kEntryColumns =
     "r.best_ex_points, r.f_great, r.great, r.good, r.bad, r.poor, r.last_played "
     "FROM charts c LEFT JOIN results r ON r.bms_id = c.bms_id AND r.title = c.title AND r.artist = c.artist";
 
+constexpr const char* kUpsertChart =
+    "INSERT INTO charts(path, folder, file_size, modified_ns, content_hash, title, subtitle, artist, genre, bpm, "
+    "bpm_min, bpm_max, play_level, player, key_count, note_count, length_ms, rank, total, bms_id, encoding, "
+    "needs_modern) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?) ON CONFLICT(path) DO UPDATE SET "
+    "folder=excluded.folder, file_size=excluded.file_size, modified_ns=excluded.modified_ns, "
+    "content_hash=excluded.content_hash, title=excluded.title, subtitle=excluded.subtitle, artist=excluded.artist, "
+    "genre=excluded.genre, bpm=excluded.bpm, bpm_min=excluded.bpm_min, bpm_max=excluded.bpm_max, "
+    "play_level=excluded.play_level, player=excluded.player, key_count=excluded.key_count, "
+    "note_count=excluded.note_count, length_ms=excluded.length_ms, rank=excluded.rank, total=excluded.total, "
+    "bms_id=excluded.bms_id, encoding=excluded.encoding, needs_modern=excluded.needs_modern";
+
 LibraryEntry EntryOf(SqlStatement& s) {
   LibraryEntry e;
   int c = 0;
@@ -314,49 +325,62 @@ std::vector<LibraryDb::KnownFile> LibraryDb::FilesUnder(const std::string& folde
   return files;
 }
 
+struct LibraryDb::ChartWriter::Statements {
+  explicit Statements(sqlite3* db)
+      : transaction(db), upsert(db, kUpsertChart), remove(db, "DELETE FROM charts WHERE path = ?") {}
+  SqlTransaction transaction;
+  SqlStatement upsert;
+  SqlStatement remove;
+};
+
+LibraryDb::ChartWriter::ChartWriter(LibraryDb& db) : s_(std::make_unique<Statements>(db.db_)) {
+  ok_ = s_->transaction.ok() && s_->upsert.ok() && s_->remove.ok();
+}
+
+LibraryDb::ChartWriter::~ChartWriter() = default;
+
+bool LibraryDb::ChartWriter::Put(const LibraryEntry& e) {
+  if (!ok_) return false;
+  SqlStatement& upsert = s_->upsert;
+  int c = 1;
+  upsert.Bind(c++, e.path);
+  upsert.Bind(c++, e.folder);
+  upsert.Bind(c++, e.fileSize);
+  upsert.Bind(c++, e.modifiedNs);
+  upsert.Bind(c++, e.contentHash);
+  upsert.Bind(c++, e.title);
+  upsert.Bind(c++, e.subtitle);
+  upsert.Bind(c++, e.artist);
+  upsert.Bind(c++, e.genre);
+  upsert.Bind(c++, e.bpm);
+  upsert.Bind(c++, e.bpmMin);
+  upsert.Bind(c++, e.bpmMax);
+  for (int32_t value : {e.playLevel, e.player, e.keyCount, e.noteCount, e.lengthMs, e.rank, e.total, e.bmsId}) {
+    upsert.Bind(c++, static_cast<int64_t>(value));
+  }
+  upsert.Bind(c++, e.encoding);
+  upsert.Bind(c++, static_cast<int64_t>(e.needsModern ? 1 : 0));
+  ok_ = upsert.Run();
+  return ok_;
+}
+
+bool LibraryDb::ChartWriter::Remove(const std::string& path) {
+  if (!ok_) return false;
+  s_->remove.Bind(1, path);
+  ok_ = s_->remove.Run();
+  return ok_;
+}
+
+bool LibraryDb::ChartWriter::Commit() {
+  ok_ = ok_ && s_->transaction.Commit();
+  return ok_;
+}
+
 bool LibraryDb::WriteCharts(const std::vector<LibraryEntry>& charts, const std::vector<std::string>& vanished) {
-  SqlTransaction transaction(db_);
-  if (!transaction.ok()) return false;
-  SqlStatement upsert(db_,
-                      "INSERT INTO charts(path, folder, file_size, modified_ns, content_hash, title, subtitle, "
-                      "artist, genre, bpm, bpm_min, bpm_max, play_level, player, key_count, note_count, length_ms, "
-                      "rank, total, bms_id, encoding, needs_modern) "
-                      "VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?) ON CONFLICT(path) DO UPDATE SET "
-                      "folder=excluded.folder, file_size=excluded.file_size, modified_ns=excluded.modified_ns, "
-                      "content_hash=excluded.content_hash, title=excluded.title, subtitle=excluded.subtitle, "
-                      "artist=excluded.artist, genre=excluded.genre, bpm=excluded.bpm, bpm_min=excluded.bpm_min, "
-                      "bpm_max=excluded.bpm_max, play_level=excluded.play_level, player=excluded.player, "
-                      "key_count=excluded.key_count, note_count=excluded.note_count, length_ms=excluded.length_ms, "
-                      "rank=excluded.rank, total=excluded.total, bms_id=excluded.bms_id, "
-                      "encoding=excluded.encoding, needs_modern=excluded.needs_modern");
-  SqlStatement remove(db_, "DELETE FROM charts WHERE path = ?");
-  if (!upsert.ok() || !remove.ok()) return false;
-  for (const LibraryEntry& e : charts) {
-    int c = 1;
-    upsert.Bind(c++, e.path);
-    upsert.Bind(c++, e.folder);
-    upsert.Bind(c++, e.fileSize);
-    upsert.Bind(c++, e.modifiedNs);
-    upsert.Bind(c++, e.contentHash);
-    upsert.Bind(c++, e.title);
-    upsert.Bind(c++, e.subtitle);
-    upsert.Bind(c++, e.artist);
-    upsert.Bind(c++, e.genre);
-    upsert.Bind(c++, e.bpm);
-    upsert.Bind(c++, e.bpmMin);
-    upsert.Bind(c++, e.bpmMax);
-    for (int32_t value : {e.playLevel, e.player, e.keyCount, e.noteCount, e.lengthMs, e.rank, e.total, e.bmsId}) {
-      upsert.Bind(c++, static_cast<int64_t>(value));
-    }
-    upsert.Bind(c++, e.encoding);
-    upsert.Bind(c++, static_cast<int64_t>(e.needsModern ? 1 : 0));
-    if (!upsert.Run()) return false;
-  }
-  for (const std::string& path : vanished) {
-    remove.Bind(1, path);
-    if (!remove.Run()) return false;
-  }
-  return transaction.Commit();
+  ChartWriter writer(*this);
+  for (const LibraryEntry& e : charts) writer.Put(e);
+  for (const std::string& path : vanished) writer.Remove(path);
+  return writer.Commit();
 }
 
 }  // namespace vremo

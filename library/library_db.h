@@ -75,6 +75,25 @@ class LibraryDb {
   // transaction; false (nothing written) when the database refuses.
   bool WriteCharts(const std::vector<LibraryEntry>& charts, const std::vector<std::string>& vanished);
 
+  // The same a chart at a time, for a folder too large to hold in memory:
+  // nothing is seen by other connections before Commit, and everything is
+  // taken back when the writer goes without it.
+  class ChartWriter {
+   public:
+    explicit ChartWriter(LibraryDb& db);
+    ~ChartWriter();
+    ChartWriter(const ChartWriter&) = delete;
+    ChartWriter& operator=(const ChartWriter&) = delete;
+    bool Put(const LibraryEntry& chart);  // false once anything failed
+    bool Remove(const std::string& path);
+    bool Commit();
+
+   private:
+    struct Statements;
+    std::unique_ptr<Statements> s_;
+    bool ok_ = false;
+  };
+
   const std::string& path() const { return path_; }
 
  private:

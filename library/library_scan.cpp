@@ -15,7 +15,7 @@
 namespace vremo {
 namespace {
 
-// How far the readers may run ahead of the folder being written: bounds the
+// How far the readers may run ahead of the chart being written: bounds the
 // charts held in memory whatever the library's size.
 constexpr size_t kReadAheadCharts = 256;
 
@@ -158,6 +158,52 @@ ScanPlan PlanScan(LibraryDb& db, const std::vector<std::string>& roots, const Fo
   return plan;
 }
 
+enum class FolderOutcome : uint8_t { kWritten, kFailed, kCancelled };
+
+// One song folder's transaction, fed as its charts are read, a chunk at a
+// time so that even a folder of 100,000 charts is never held in memory
+// whole. The report counts it only once it is committed.
+FolderOutcome WriteFolder(LibraryDb& db, const FolderPlan& folder, std::vector<ReadJob>& jobs, ReadQueue& queue,
+                          const std::atomic<bool>* cancel, ScanReport& report) {
+  if (folder.firstJob == folder.endJob && folder.vanished.empty()) {
+    report.unchanged += folder.unchanged;
+    return FolderOutcome::kWritten;
+  }
+  std::optional<LibraryDb::ChartWriter> writer;
+  int64_t added = 0;
+  int64_t updated = 0;
+  int64_t removed = 0;
+  for (size_t next = folder.firstJob; next < folder.endJob;) {
+    const size_t chunkEnd = std::min(next + kReadAheadCharts, folder.endJob);
+    if ((cancel != nullptr && cancel->load()) || !queue.WaitFor(chunkEnd)) return FolderOutcome::kCancelled;
+    if (!writer) writer.emplace(db);  // the write lock only once there is something to write
+    for (; next < chunkEnd; ++next) {
+      ReadJob& job = jobs[next];
+      if (job.entry) {
+        writer->Put(*job.entry);
+        ++(job.isNew ? added : updated);
+        job.entry.reset();
+        continue;
+      }
+      report.skipped.push_back(std::string(kSkipUnreadableChart) + job.path + " (" + job.error + ")");
+      // A chart gone while it was read goes with its row.
+      if (job.error == kFactsMissing && !job.isNew) {
+        writer->Remove(job.path);
+        ++removed;
+      }
+    }
+  }
+  if (cancel != nullptr && cancel->load()) return FolderOutcome::kCancelled;
+  if (!writer) writer.emplace(db);
+  for (const std::string& path : folder.vanished) writer->Remove(path);
+  if (!writer->Commit()) return FolderOutcome::kFailed;
+  report.added += added;
+  report.updated += updated;
+  report.removed += removed + static_cast<int64_t>(folder.vanished.size());
+  report.unchanged += folder.unchanged;
+  return FolderOutcome::kWritten;
+}
+
 // Roots as the walk and the rows name them: no trailing "/".
 std::vector<std::string> Normalized(std::vector<std::string> roots) {
   for (std::string& root : roots) root = WithoutTrailingSlash(root);
@@ -183,37 +229,15 @@ ScanReport RunScan(LibraryDb& db, const std::vector<std::string>& givenRoots, co
 
   ScanProgress progress;
   progress.foldersTotal = static_cast<int64_t>(plan.folders.size());
-  int64_t readNew = 0;
   for (FolderPlan& folder : plan.folders) {
-    if ((cancel != nullptr && cancel->load()) || !queue.WaitFor(folder.endJob)) {
+    const FolderOutcome outcome = WriteFolder(db, folder, plan.jobs, queue, cancel, report);
+    if (outcome == FolderOutcome::kCancelled) {
       report.cancelled = true;
       break;
     }
-    std::vector<LibraryEntry> charts;
-    int64_t added = 0;
-    for (size_t j = folder.firstJob; j < folder.endJob; ++j) {
-      ReadJob& job = plan.jobs[j];
-      if (job.entry) {
-        charts.push_back(std::move(*job.entry));
-        added += job.isNew ? 1 : 0;
-        continue;
-      }
-      report.skipped.push_back(std::string(kSkipUnreadableChart) + job.path + " (" + job.error + ")");
-      // A chart gone while it was read goes with its row.
-      if (job.error == kFactsMissing) folder.vanished.push_back(job.path);
-    }
-    const bool needed = !charts.empty() || !folder.vanished.empty();
-    if (needed && !db.WriteCharts(charts, folder.vanished)) {
-      report.skipped.push_back(std::string(kSkipUnwritableFolder) + folder.path);
-    } else {
-      readNew += static_cast<int64_t>(charts.size());
-      report.added += added;
-      report.updated += static_cast<int64_t>(charts.size()) - added;
-      report.removed += static_cast<int64_t>(folder.vanished.size());
-      report.unchanged += folder.unchanged;
-    }
+    if (outcome == FolderOutcome::kFailed) report.skipped.push_back(std::string(kSkipUnwritableFolder) + folder.path);
     ++progress.foldersDone;
-    progress.chartsRead = readNew;
+    progress.chartsRead = report.added + report.updated;
     progress.folder = folder.path;
     if (onProgress) onProgress(progress);
   }
