@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -266,14 +267,15 @@ bool LibraryDb::RemoveRoot(const std::string& given) {
   s.Bind(1, folder);
   if (!s.Run() || sqlite3_changes(db_) == 0) return false;
   // Charts that another library folder also holds stay.
-  for (const std::string& other : Roots()) {
-    if (folder.rfind(other + "/", 0) == 0) return transaction.Commit();
-  }
+  const std::vector<std::string> others = Roots();
+  auto held = [&others](const std::string& path) {
+    return std::any_of(others.begin(), others.end(),
+                       [&path](const std::string& other) { return path.rfind(other + "/", 0) == 0; });
+  };
+  if (held(folder)) return transaction.Commit();
   std::vector<std::string> vanished;
   for (const KnownFile& file : FilesUnder(folder)) {
-    bool kept = false;
-    for (const std::string& other : Roots()) kept = kept || file.path.rfind(other + "/", 0) == 0;
-    if (!kept) vanished.push_back(file.path);
+    if (!held(file.path)) vanished.push_back(file.path);
   }
   SqlStatement remove(db_, "DELETE FROM charts WHERE path = ?");
   for (const std::string& path : vanished) {
