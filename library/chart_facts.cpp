@@ -34,20 +34,7 @@ constexpr int32_t kChannelTempoTable = 8;
 constexpr int32_t kFirstLongChannel = 51;
 constexpr int32_t kLastLongChannel = 69;
 constexpr size_t kSlotWordLength = 5;  // WAVxx, BMPxx
-constexpr int64_t kNsPerSecond = 1000000000;
 constexpr std::string_view kUtf8Bom = "\xEF\xBB\xBF";
-
-const char* EncodingName(ChartEncoding encoding) {
-  switch (encoding) {
-    case ChartEncoding::kCp932:
-      return "CP932";
-    case ChartEncoding::kCp949:
-      return "CP949";
-    case ChartEncoding::kUtf8:
-      break;
-  }
-  return "UTF-8";
-}
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsAlnum(char c) { return IsDigit(c) || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
@@ -82,7 +69,7 @@ bool IsModernWord(std::string_view word) {
 // The chart's text in the file's encoding, as UTF-8.
 std::string TextOf(std::string_view bytes, ChartEncoding encoding) {
   if (encoding == ChartEncoding::kUtf8) return std::string(bytes);
-  return ToUtf8(DecodeWithIconv(bytes, encoding == ChartEncoding::kCp949 ? "CP949" : "CP932", nullptr));
+  return ToUtf8(DecodeWithIconv(bytes, ChartEncodingName(encoding), nullptr));
 }
 
 struct TextFacts {
@@ -270,7 +257,7 @@ std::optional<LibraryEntry> ChartFactsReader::Read(const std::string& path, std:
   const size_t slash = path.find_last_of('/');
   e.folder = slash == std::string::npos ? std::string() : path.substr(0, slash);
   e.fileSize = static_cast<int64_t>(info.st_size);
-  e.modifiedNs = static_cast<int64_t>(info.st_mtim.tv_sec) * kNsPerSecond + info.st_mtim.tv_nsec;
+  e.modifiedNs = static_cast<int64_t>(info.st_mtim.tv_sec) * kNanosecondsPerSecond + info.st_mtim.tv_nsec;
   e.contentHash = ContentHash(read.bytes);
   e.title = chart.title;
   e.subtitle = text.subtitle;
@@ -281,7 +268,7 @@ std::optional<LibraryEntry> ChartFactsReader::Read(const std::string& path, std:
   e.player = chart.player;
   e.rank = chart.rank;
   e.total = chart.total;
-  e.encoding = EncodingName(text.encoding);
+  e.encoding = ChartEncodingName(text.encoding);
   e.needsModern = text.needsModern;
   if (result == kLoadOk) {
     TempoRange(chart, e);
