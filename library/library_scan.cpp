@@ -46,10 +46,11 @@ struct FolderPlan {
 };
 
 // The worker side: jobs taken in order, never more than kReadAheadCharts
-// past the first job of the folder being written.
+// past the chart being written.
 class ReadQueue {
  public:
-  ReadQueue(std::vector<ReadJob>& jobs, const std::atomic<bool>* cancel) : jobs_(jobs), cancel_(cancel) {}
+  ReadQueue(std::vector<ReadJob>& jobs, const std::atomic<bool>* cancel)
+      : jobs_(jobs), cancel_(cancel), read_(jobs.size(), false) {}
 
   void Work() {
     ChartFactsReader reader;
@@ -67,7 +68,9 @@ class ReadQueue {
       ReadJob& job = jobs_[index];
       job.entry = reader.Read(job.path, &job.error);
       std::lock_guard lock(mutex_);
-      ++done_;
+      // Jobs may finish out of order; the writer needs an unbroken run.
+      read_[index] = true;
+      while (readUpTo_ < read_.size() && read_[readUpTo_]) ++readUpTo_;
       finished_.notify_all();
     }
   }
@@ -78,9 +81,8 @@ class ReadQueue {
     std::unique_lock lock(mutex_);
     allowedEnd_ = std::max(allowedEnd_, std::min(jobs_.size(), until + kReadAheadCharts));
     changed_.notify_all();
-    // Jobs are handed out in order but may finish out of order.
-    finished_.wait(lock, [&] { return DoneBefore(until) || Cancelled(); });
-    return DoneBefore(until);
+    finished_.wait(lock, [&] { return readUpTo_ >= until || Cancelled(); });
+    return readUpTo_ >= until;
   }
 
   void Stop() {
@@ -91,16 +93,15 @@ class ReadQueue {
 
  private:
   bool Cancelled() const { return cancel_ != nullptr && cancel_->load(); }
-  // Every job before `until` was handed out and all handed-out jobs are done.
-  bool DoneBefore(size_t until) const { return next_ >= until && done_ == next_; }
 
   std::vector<ReadJob>& jobs_;
   const std::atomic<bool>* cancel_;
   std::mutex mutex_;
   std::condition_variable changed_;
   std::condition_variable finished_;
-  size_t next_ = 0;
-  size_t done_ = 0;
+  std::vector<bool> read_;  // per job: read
+  size_t readUpTo_ = 0;     // every job before it is read
+  size_t next_ = 0;         // the next job to hand out
   size_t allowedEnd_ = 0;
   bool stop_ = false;
 };
