@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 
 #include "chart/bms_reader.h"
@@ -88,7 +89,7 @@ bool ModernHeader(std::string_view line, TextFacts& facts) {
   if (word == "BPM") {
     // A fractional tempo is timed exactly only by the modern reading.
     const auto bpm = ParseNumber(FromUtf8(TextOf(argument, facts.encoding)));
-    return bpm && *bpm != static_cast<double>(static_cast<int64_t>(*bpm));
+    return bpm && std::isfinite(*bpm) && *bpm != std::floor(*bpm);
   }
   const bool media = word.size() == kSlotWordLength && (word.substr(0, 3) == "WAV" || word.substr(0, 3) == "BMP");
   if (media) return !AllHex(std::string_view(word).substr(3));
