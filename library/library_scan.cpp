@@ -15,10 +15,6 @@
 namespace vremo {
 namespace {
 
-bool Inside(const std::string& path, const std::string& folder) {
-  return path.size() > folder.size() && path.compare(0, folder.size(), folder) == 0 && path[folder.size()] == '/';
-}
-
 std::string ParentOf(const std::string& path) {
   const size_t slash = path.find_last_of('/');
   return slash == std::string::npos ? std::string() : path.substr(0, slash);
@@ -142,7 +138,7 @@ ScanPlan PlanScan(LibraryDb& db, const std::vector<std::string>& roots, const Fo
   std::vector<std::string> gone;
   for (const auto& [path, file] : known) {
     const bool hidden = std::any_of(walk.unlisted.begin(), walk.unlisted.end(),
-                                    [&path = path](const std::string& f) { return Inside(path, f); });
+                                    [&path = path](const std::string& f) { return IsInsideFolder(path, f); });
     if (!hidden) gone.push_back(path);
   }
   std::sort(gone.begin(), gone.end());
