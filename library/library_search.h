@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "library/library_entry.h"
@@ -29,13 +30,17 @@ enum class LibraryColumn : uint8_t {
 };
 
 struct LibraryQuery {
-  std::string text;     // UTF-8; words separated by blanks
+  std::string text;      // UTF-8; words separated by blanks
   int32_t keyCount = 0;  // 0 = any
   int32_t minLevel = 0;  // 0 = no lower bound
   int32_t maxLevel = 0;  // 0 = no upper bound
   LibraryColumn sortBy = LibraryColumn::kPath;
   bool descending = false;
 };
+
+// The text as the index compares it: lower case (ASCII, Latin-1, Greek,
+// Cyrillic) and fullwidth letters and digits as ASCII.
+std::string FoldForSearch(std::string_view text);
 
 class LibraryIndex {
  public:
