@@ -65,7 +65,12 @@ const std::vector<int> kFiveKeyLanes = {11, 12, 13, 14, 15, 16};
 const std::vector<int> kSevenKeyLanes = {11, 12, 13, 14, 15, 18, 19, 16};
 const std::vector<int> kFourteenKeyLanes = {11, 12, 13, 14, 15, 18, 19, 16, 21, 22, 23, 24, 25, 28, 29, 26};
 
-std::string Base36(int value) { return {kDigits[(value / 36) % 36], kDigits[value % 36]}; }
+// Slot names: hexadecimal as the classic reading knows them, base 36 in the
+// charts that need the modern reading anyway.
+std::string SlotName(int value, bool modern) {
+  const int base = modern ? 36 : 16;
+  return {kDigits[(value / base) % base], kDigits[value % base]};
+}
 
 std::string ToCp932(const std::string& utf8) {
   iconv_t cd = iconv_open("CP932", "UTF-8");
@@ -113,13 +118,13 @@ Song MakeSong(int number, std::mt19937& random) {
 }
 
 // One channel line of a measure: `slots` pairs, each note present with the given chance in 1/100.
-std::string ChannelLine(int measure, int channel, int chance, int wavCount, std::mt19937& random) {
+std::string ChannelLine(int measure, int channel, int chance, int wavCount, bool modern, std::mt19937& random) {
   char head[16];
   std::snprintf(head, sizeof head, "#%03d%02d:", measure, channel);
   std::string line = head;
   for (int slot = 0; slot < kSlotsPerLine; ++slot) {
     const bool note = static_cast<int>(random() % 100) < chance;
-    line += note ? Base36(1 + static_cast<int>(random() % wavCount)) : "00";
+    line += note ? SlotName(1 + static_cast<int>(random() % wavCount), modern) : "00";
   }
   return line + kCrLf;
 }
@@ -132,18 +137,19 @@ std::string ChartBody(int keys, int level, bool modern, int wavCount, std::mt199
   std::string body = "*---------------------- MAIN DATA FIELD\r\n\r\n";
   for (int measure = 1; measure <= measures; ++measure) {
     const int bgm = 1 + static_cast<int>(random() % kBgmLinesMax);
-    for (int i = 0; i < bgm; ++i) body += ChannelLine(measure, 1, 25, wavCount, random);
-    if (measure % 4 == 1) body += ChannelLine(measure, 4, 12, kBmpCount, random);
+    for (int i = 0; i < bgm; ++i) body += ChannelLine(measure, 1, 25, wavCount, modern, random);
+    if (measure % 4 == 1) body += ChannelLine(measure, 4, 12, kBmpCount, modern, random);
     for (int lane : lanes) {
       if (random() % 3 == 0) continue;
-      body += ChannelLine(measure, lane, chance, wavCount, random);
+      body += ChannelLine(measure, lane, chance, wavCount, modern, random);
     }
     body += kCrLf;
   }
   if (modern) {
     // A random block choosing between two endings, and a long note by its end mark.
-    body += "#RANDOM 2\r\n#IF 1\r\n" + ChannelLine(measures + 1, lanes[0], 30, wavCount, random) + "#ENDIF\r\n";
-    body += "#IF 2\r\n" + ChannelLine(measures + 1, lanes[1], 30, wavCount, random) + "#ENDIF\r\n#ENDRANDOM\r\n";
+    body += "#RANDOM 2\r\n#IF 1\r\n" + ChannelLine(measures + 1, lanes[0], 30, wavCount, modern, random) + "#ENDIF\r\n";
+    body +=
+        "#IF 2\r\n" + ChannelLine(measures + 1, lanes[1], 30, wavCount, modern, random) + "#ENDIF\r\n#ENDRANDOM\r\n";
     char end[32];
     std::snprintf(end, sizeof end, "#%03d%02d:0100ZZ00%s", measures + 2, lanes[0], kCrLf);
     body += end;
@@ -169,9 +175,10 @@ std::string ChartBytes(const Song& song, int index, std::mt19937& random) {
   header += "#STAGEFILE stage.bmp\r\n\r\n";
   if (modern) header += "#LNOBJ ZZ\r\n";
   for (int slot = 1; slot <= wavCount; ++slot) {
-    header += "#WAV" + Base36(slot) + " sound_" + std::to_string(slot) + ".wav" + kCrLf;
+    header += "#WAV" + SlotName(slot, modern) + " sound_" + std::to_string(slot) + ".wav" + kCrLf;
   }
-  for (int slot = 1; slot <= kBmpCount; ++slot) header += "#BMP" + Base36(slot) + " bga" + Base36(slot) + ".bmp\r\n";
+  for (int slot = 1; slot <= kBmpCount; ++slot)
+    header += "#BMP" + SlotName(slot, modern) + " bga" + std::to_string(slot) + ".bmp\r\n";
   std::string bytes = header + "\r\n" + ChartBody(keys, level, modern, wavCount, random);
   if (song.utf8) return "\xEF\xBB\xBF" + bytes;
   return song.japanese ? ToCp932(bytes) : bytes;
