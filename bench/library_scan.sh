@@ -4,7 +4,8 @@
 # $LIBRARY_COLLECTION, default /tmp/vremo-library) into an empty library, then
 # `vremo --library-scan` after 1 % of the charts changed, and once more with
 # nothing changed. Each run prints its summary line, wall time, CPU time and
-# peak memory. Targets on 2 cores: first scan under 10 s, rescan under 1 s.
+# peak memory, then times one --library-find. Targets on 2 cores: first scan
+# under 10 s, rescan under 1 s.
 # The files are in the page cache (the generator just wrote them).
 # Usage: bench/library_scan.sh [BUILD_DIR] [TOUCH_PERCENT]
 set -euo pipefail
@@ -34,4 +35,7 @@ run "first scan" --library-add "$collection"
 "$build/tools/make_library" "$collection" --touch "$percent" >/dev/null
 run "rescan, $percent % changed" --library-scan
 run "rescan, nothing changed" --library-scan
+# A script's search: the whole index read, one query, the paths printed.
+/usr/bin/time -o "$work/time" -f "$format" "$build/app/vremo" --library "$library" --library-find kaze >"$work/found"
+echo "find kaze: $(wc -l <"$work/found") paths; $(cat "$work/time")"
 echo "library file: $(stat -c %s "$library") bytes"
