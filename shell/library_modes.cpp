@@ -4,6 +4,7 @@
 
 #include <signal.h>
 
+#include <algorithm>
 #include <atomic>
 #include <charconv>
 #include <cstdio>
@@ -201,7 +202,8 @@ class ScanPrinter {
   int Finish(std::ostream& out) {
     out << Printed(kScanSummaryFormat.data(), total_.added, total_.updated, total_.removed, total_.unchanged, skipped_)
         << '\n';
-    if (!total_.cancelled) return kExitLoaded;
+    // A stop between two library folders leaves the second unscanned too.
+    if (!total_.cancelled && !gStopScan.load()) return kExitLoaded;
     err_ << kProgram << kScanStoppedText << '\n';
     return kExitScanStopped;
   }
@@ -228,24 +230,27 @@ class ScanPrinter {
   int64_t skipped_ = 0;
 };
 
+// Absolute, without "." or ".." parts or a closing "/", as the roots are kept.
 std::string AbsoluteFolder(const std::string& folder) {
   std::error_code error;
   const fs::path absolute = fs::absolute(folder, error);
-  return (error ? fs::path(folder) : absolute).lexically_normal().string();
+  std::string normal = (error ? fs::path(folder) : absolute).lexically_normal().string();
+  if (normal.size() > 1 && normal.ends_with('/')) normal.pop_back();
+  return normal;
 }
 
 // Every folder must exist before any is added.
 int AddFolders(LibraryDb& db, const Request& request, std::ostream& out, std::ostream& err, bool oneLine) {
   std::vector<std::string> folders;
   for (const std::string& word : request.words) {
-    std::string folder = AbsoluteFolder(word);
-    if (folder.size() > 1 && folder.ends_with('/')) folder.pop_back();
+    const std::string folder = AbsoluteFolder(word);
     std::error_code error;
     if (!fs::is_directory(folder, error)) {
       err << kProgram << kNotAFolderText << word << '\n';
       return kExitMissing;
     }
-    folders.push_back(folder);
+    // The same folder named twice is scanned once.
+    if (std::find(folders.begin(), folders.end(), folder) == folders.end()) folders.push_back(folder);
   }
   for (const std::string& folder : folders) {
     if (!db.AddRoot(folder)) err << kProgram << kAlreadyARoot << folder << '\n';
@@ -264,8 +269,7 @@ int RemoveFolders(LibraryDb& db, const Request& request, std::ostream& out, std:
   const int64_t before = db.Stats().charts;
   int status = kExitLoaded;
   for (const std::string& word : request.words) {
-    std::string folder = AbsoluteFolder(word);
-    if (folder.size() > 1 && folder.ends_with('/')) folder.pop_back();
+    const std::string folder = AbsoluteFolder(word);
     if (!db.RemoveRoot(folder)) {
       err << kProgram << kNotARoot << folder << '\n';
       status = kExitMissing;

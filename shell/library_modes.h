@@ -30,7 +30,7 @@ inline constexpr std::string_view kScanSummaryFormat =
 inline constexpr std::string_view kNotAFolderText = "not a folder: ";
 inline constexpr std::string_view kScanStoppedText = "scan stopped; the next --library-scan finishes it";
 // Without a terminal, the scan's progress is a line every so many song folders.
-inline constexpr int64_t kProgressEveryFolders = 500;
+inline constexpr int64_t kProgressEveryFolders = 250;
 
 // Runs the library mode named in args (the arguments after the program name)
 // and returns its exit status; empty when args name none. `progressOnOneLine`:
