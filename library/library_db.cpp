@@ -5,6 +5,10 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 
@@ -18,6 +22,7 @@ constexpr int kBusyTimeoutMs = 3000;
 constexpr int kMaxBadCopies = 1000;
 constexpr const char* kWalSuffix = "-wal";
 constexpr const char* kShmSuffix = "-shm";
+constexpr std::string_view kSqliteMagic{"SQLite format 3\0", 16};
 
 // Each entry brings the schema from its index to the next version.
 constexpr const char* kMigrations[] = {
@@ -136,8 +141,8 @@ std::string Prepare(sqlite3* db) {
   // The first read of the file: a file that is not a database fails here.
   const int64_t version = QueryInt(db, "PRAGMA user_version");
   if (version < 0) {
-    const int code = sqlite3_extended_errcode(db);
-    return (code & 0xFF) == SQLITE_BUSY || (code & 0xFF) == SQLITE_LOCKED ? "locked" : "not a database";
+    const int code = sqlite3_extended_errcode(db) & 0xFF;
+    return code == SQLITE_BUSY || code == SQLITE_LOCKED ? "locked" : "damaged";
   }
   if (version > kLibrarySchemaVersion) return "made by a newer Vremo";
   if (version == 0 && QueryInt(db, "SELECT count(*) FROM sqlite_master") != 0) return "not a library";
@@ -159,6 +164,19 @@ std::string Prepare(sqlite3* db) {
   return std::string();
 }
 
+// A file that does not start as every SQLite file does is set aside before
+// SQLite touches it (it would drop a -wal file it cannot use).
+bool LooksLikeDatabase(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) return errno == ENOENT;
+  char head[kSqliteMagic.size()] = {};
+  struct stat info {};
+  const bool empty = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size == 0;
+  const ssize_t got = empty ? 0 : ::read(fd, head, sizeof head);
+  ::close(fd);
+  return empty || (got == static_cast<ssize_t>(sizeof head) && std::string_view(head, sizeof head) == kSqliteMagic);
+}
+
 sqlite3* OpenConnection(const std::string& path) {
   sqlite3* db = nullptr;
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
@@ -177,8 +195,9 @@ std::string DefaultLibraryPath(const std::string& programFolder) {
 
 std::unique_ptr<LibraryDb> LibraryDb::Open(const std::string& path, std::string* message) {
   if (message != nullptr) message->clear();
-  sqlite3* db = OpenConnection(path);
-  std::string problem = db == nullptr ? "cannot be opened" : Prepare(db);
+  const bool database = LooksLikeDatabase(path);
+  sqlite3* db = database ? OpenConnection(path) : nullptr;
+  std::string problem = !database ? "not a database" : db == nullptr ? "cannot be opened" : Prepare(db);
   if (problem.empty()) return std::unique_ptr<LibraryDb>(new LibraryDb(db, path));
   sqlite3_close(db);
 
@@ -209,13 +228,19 @@ std::vector<std::string> LibraryDb::Roots() {
   return roots;
 }
 
-bool LibraryDb::AddRoot(const std::string& folder) {
+std::string WithoutTrailingSlash(std::string folder) {
+  while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
+  return folder;
+}
+
+bool LibraryDb::AddRoot(const std::string& given) {
   SqlStatement s(db_, "INSERT OR IGNORE INTO roots(path) VALUES(?)");
-  s.Bind(1, folder);
+  s.Bind(1, WithoutTrailingSlash(given));
   return s.Run() && sqlite3_changes(db_) > 0;
 }
 
-bool LibraryDb::RemoveRoot(const std::string& folder) {
+bool LibraryDb::RemoveRoot(const std::string& given) {
+  const std::string folder = WithoutTrailingSlash(given);
   SqlTransaction transaction(db_);
   SqlStatement s(db_, "DELETE FROM roots WHERE path = ?");
   s.Bind(1, folder);

@@ -84,6 +84,9 @@ class LibraryDb {
 // The schema version this Vremo writes; older files are brought up to it.
 inline constexpr int32_t kLibrarySchemaVersion = 1;
 
+// A folder as the library names it: no "/" at the end.
+std::string WithoutTrailingSlash(std::string folder);
+
 // ProgramFolder()'s library.db.
 std::string DefaultLibraryPath(const std::string& programFolder);
 

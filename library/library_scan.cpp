@@ -160,9 +160,7 @@ ScanPlan PlanScan(LibraryDb& db, const std::vector<std::string>& roots, const Fo
 
 // Roots as the walk and the rows name them: no trailing "/".
 std::vector<std::string> Normalized(std::vector<std::string> roots) {
-  for (std::string& root : roots) {
-    while (root.size() > 1 && root.back() == '/') root.pop_back();
-  }
+  for (std::string& root : roots) root = WithoutTrailingSlash(root);
   return roots;
 }
 

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <map>
 #include <thread>
 
 #include "library/chart_facts.h"
@@ -80,6 +81,143 @@ TEST_F(LibraryScan, ScanChangeRescanVanish) {
   EXPECT_EQ(missing.skipped,
             (std::vector<std::string>{std::string(kSkipMissingRoot) + Root() + " (No such file or directory)"}));
   EXPECT_EQ(Rows(*db).size(), 3u);
+}
+
+TEST_F(LibraryScan, SkipsWhatItCannotUseAndGoesOn) {
+  WriteSong("a", "a.bms", SongText("A"));
+  WriteSong("b/inner", "b.bms", SongText("B"));
+  // A link back up (a loop), a link to nothing, a FIFO named as a chart, a
+  // link to the FIFO, and a folder that cannot be listed.
+  std::filesystem::create_directory_symlink(Root(), Root() + "/b/inner/up");
+  std::filesystem::create_symlink(folder.Path("nowhere"), Root() + "/a/gone");
+  ASSERT_EQ(::mkfifo((Root() + "/a/pipe.bms").c_str(), 0644), 0);
+  std::filesystem::create_symlink(Root() + "/a/pipe.bms", Root() + "/a/link.bme");
+  WriteSong("c", "c.bms", SongText("C"));
+  const bool asRoot = ::geteuid() == 0;  // root lists any folder
+  ASSERT_EQ(::chmod((Root() + "/c").c_str(), 0), 0);
+  auto db = OpenDb();
+  db->AddRoot(Root() + "/");
+  const ScanReport report = ScanLibrary(*db, {}, nullptr, nullptr);
+  ::chmod((Root() + "/c").c_str(), 0755);
+  std::vector<std::string> expected = {
+      std::string(kSkipBrokenLink) + Root() + "/a/gone", std::string(kSkipNotAFile) + Root() + "/a/link.bme",
+      std::string(kSkipNotAFile) + Root() + "/a/pipe.bms", std::string(kSkipFolderLoop) + Root() + "/b/inner/up"};
+  if (!asRoot) expected.push_back(std::string(kSkipUnreadableFolder) + Root() + "/c (Permission denied)");
+  EXPECT_EQ(report.skipped, expected);
+  EXPECT_EQ(report.added, asRoot ? 3 : 2);
+
+  // A folder that cannot be listed keeps its rows; root too can be kept from
+  // one: a folder replaced by a link to nothing, which is reported.
+  ScanLibrary(*db, {}, nullptr, nullptr);
+  ASSERT_EQ(db->Entries().size(), 3u);
+  std::filesystem::rename(Root() + "/c", folder.Path("c-moved"));
+  std::filesystem::create_directory_symlink(folder.Path("nothing"), Root() + "/c");
+  const ScanReport again = ScanLibrary(*db, {}, nullptr, nullptr);
+  EXPECT_EQ(again.skipped.size(), 5u);
+  EXPECT_EQ(again.skipped[0], std::string(kSkipBrokenLink) + Root() + "/c");  // met when the root is listed
+  EXPECT_EQ(again.removed, 1);  // the folder is gone, and with it its chart
+}
+
+// 40 song folders of 3 charts.
+void WriteCollection(const testing::TempFolder& folder, const std::string& under) {
+  for (int f = 0; f < 40; ++f) {
+    for (int c = 0; c < 3; ++c) {
+      const std::string name = "song" + std::to_string(100 + f);
+      folder.Write(under + "/" + name + "/" + std::to_string(c) + ".bms",
+                   SongText(name + " chart " + std::to_string(c), "Artist", c + 1, 4 * (c + 1)));
+    }
+  }
+}
+
+// Every song folder with rows has all three.
+void ExpectWholeFolders(LibraryDb& db) {
+  std::map<std::string, int> perFolder;
+  for (const LibraryEntry& e : db.Entries()) ++perFolder[e.folder];
+  for (const auto& [folder, count] : perFolder) EXPECT_EQ(count, 3) << folder;
+}
+
+TEST_F(LibraryScan, StoppedOrKilledScanLeavesWholeFoldersAndTheNextFinishes) {
+  WriteCollection(folder, "songs");
+  std::vector<std::string> clean;
+  {
+    std::string message;
+    auto reference = LibraryDb::Open(folder.Path("reference.db"), &message);
+    reference->AddRoot(Root());
+    ScanLibrary(*reference, {}, nullptr, nullptr);
+    clean = Rows(*reference);
+    ASSERT_EQ(clean.size(), 120u);
+  }
+
+  // Stopped by the flag after the second folder.
+  auto db = OpenDb();
+  db->AddRoot(Root());
+  std::atomic<bool> cancel = false;
+  const ScanReport stopped = ScanLibrary(
+      *db, ScanOptions{2}, [&cancel](const ScanProgress& p) { cancel = p.foldersDone == 2; }, &cancel);
+  EXPECT_TRUE(stopped.cancelled);
+  EXPECT_EQ(stopped.added, 6);
+  EXPECT_EQ(db->Entries().size(), 6u);
+  db.reset();
+
+  // Killed while it writes: the child tells each folder written down a pipe.
+  int pipeFds[2];
+  ASSERT_EQ(::pipe(pipeFds), 0);
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    ::close(pipeFds[0]);
+    std::string message;
+    auto mine = LibraryDb::Open(DbPath(), &message);
+    // Slowed after ten folders, so that the kill finds it part way.
+    ScanLibrary(
+        *mine, ScanOptions{2},
+        [fd = pipeFds[1]](const ScanProgress& p) {
+          (void)!::write(fd, "x", 1);
+          if (p.foldersDone >= 10) ::usleep(20000);
+        },
+        nullptr);
+    ::_exit(0);
+  }
+  ::close(pipeFds[1]);
+  char byte = 0;
+  for (int written = 0; written < 10; ++written) ASSERT_EQ(::read(pipeFds[0], &byte, 1), 1);
+  ::kill(child, SIGKILL);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  ::close(pipeFds[0]);
+  ASSERT_TRUE(WIFSIGNALED(status));
+
+  db = OpenDb();
+  const size_t left = db->Entries().size();
+  EXPECT_GE(left, 30u);
+  EXPECT_LT(left, 120u);
+  ExpectWholeFolders(*db);
+  const ScanReport finished = ScanLibrary(*db, {}, nullptr, nullptr);
+  EXPECT_EQ(finished.added, static_cast<int64_t>(120 - left));
+  EXPECT_EQ(Rows(*db), clean);
+}
+
+TEST_F(LibraryScan, ReaderSeesWholeFoldersWhileAScanWrites) {
+  WriteCollection(folder, "songs");
+  auto db = OpenDb();
+  db->AddRoot(Root());
+  std::atomic<bool> done = false;
+  std::thread scanner([&db, &done] {
+    ScanLibrary(*db, ScanOptions{2}, nullptr, nullptr);
+    done = true;
+  });
+  // A second connection, as the browser or a tool has, reads all along.
+  std::string message;
+  auto reader = LibraryDb::Open(DbPath(), &message);
+  ASSERT_TRUE(reader) << message;
+  int reads = 0;
+  while (!done) {
+    ExpectWholeFolders(*reader);
+    ++reads;
+  }
+  scanner.join();
+  EXPECT_GT(reads, 0);
+  EXPECT_EQ(reader->Entries().size(), 120u);
 }
 
 }  // namespace
