@@ -37,7 +37,6 @@ constexpr const char* kProgram = "vremo: ";
 constexpr const char* kNotARoot = "not a library folder: ";
 constexpr const char* kAlreadyARoot = "already a library folder: ";
 constexpr const char* kNoRoots = "no library folders yet: add one with --library-add DIR";
-constexpr const char* kSkipped = "skipped ";
 constexpr const char* kProgressFormat = "scanning: %lld of %lld song folders, %lld charts read";
 
 constexpr int64_t kSecondsPerHour = 3600;
@@ -111,9 +110,10 @@ bool ParseOption(std::string_view arg, const std::string& value, Request& reques
     return true;
   }
   if (arg == kKeysOption && request.mode == kFindMode) {
-    const auto keys = ParseCount(value);
-    if (keys) request.query.keyCount = *keys;
-    if (keys) return true;
+    if (const auto keys = ParseCount(value)) {
+      request.query.keyCount = *keys;
+      return true;
+    }
   } else if (arg == kLevelOption && request.mode == kFindMode) {
     if (ParseLevels(value, request.query)) return true;
   } else {
@@ -195,7 +195,7 @@ class ScanPrinter {
     total_.removed += report.removed;
     total_.unchanged += report.unchanged;
     total_.cancelled = total_.cancelled || report.cancelled;
-    for (const std::string& line : report.skipped) err_ << kProgram << kSkipped << line << '\n';
+    for (const std::string& line : report.skipped) err_ << kProgram << line << '\n';
     skipped_ += static_cast<int64_t>(report.skipped.size());
   }
   // The summary on `out`; the exit status.
