@@ -18,7 +18,6 @@
 namespace vremo {
 namespace {
 
-constexpr int kBusyTimeoutMs = 3000;
 constexpr int kMaxBadCopies = 1000;
 constexpr const char* kWalSuffix = "-wal";
 constexpr const char* kShmSuffix = "-shm";
@@ -136,8 +135,8 @@ std::string SetAside(const std::string& path) {
 
 // Why the open connection cannot serve as the library; empty when it can
 // (the schema is then current).
-std::string Prepare(sqlite3* db) {
-  sqlite3_busy_timeout(db, kBusyTimeoutMs);
+std::string Prepare(sqlite3* db, int busyTimeoutMs) {
+  sqlite3_busy_timeout(db, busyTimeoutMs);
   // The first read of the file: a file that is not a database fails here.
   const int64_t version = QueryInt(db, "PRAGMA user_version");
   if (version < 0) {
@@ -150,7 +149,13 @@ std::string Prepare(sqlite3* db) {
     SqlStatement check(db, "PRAGMA quick_check(1)");
     if (check.Step() != SQLITE_ROW || check.Text(0) != "ok") return "damaged";
   }
-  if (!ExecSql(db, "PRAGMA journal_mode=WAL") || !ExecSql(db, "PRAGMA synchronous=NORMAL")) return "locked";
+  // Switching to WAL needs the file to itself; a library is in WAL already.
+  bool wal = false;
+  {
+    SqlStatement mode(db, "PRAGMA journal_mode");
+    wal = mode.Step() == SQLITE_ROW && mode.Text(0) == "wal";
+  }
+  if ((!wal && !ExecSql(db, "PRAGMA journal_mode=WAL")) || !ExecSql(db, "PRAGMA synchronous=NORMAL")) return "locked";
   if (version < kLibrarySchemaVersion) {
     SqlTransaction transaction(db);
     if (!transaction.ok()) return "locked";
@@ -194,10 +199,14 @@ std::string DefaultLibraryPath(const std::string& programFolder) {
 }
 
 std::unique_ptr<LibraryDb> LibraryDb::Open(const std::string& path, std::string* message) {
+  return Open(path, message, kLibraryBusyTimeoutMs);
+}
+
+std::unique_ptr<LibraryDb> LibraryDb::Open(const std::string& path, std::string* message, int busyTimeoutMs) {
   if (message != nullptr) message->clear();
   const bool database = LooksLikeDatabase(path);
   sqlite3* db = database ? OpenConnection(path) : nullptr;
-  std::string problem = !database ? "not a database" : db == nullptr ? "cannot be opened" : Prepare(db);
+  std::string problem = !database ? "not a database" : db == nullptr ? "cannot be opened" : Prepare(db, busyTimeoutMs);
   if (problem.empty()) return std::unique_ptr<LibraryDb>(new LibraryDb(db, path));
   sqlite3_close(db);
 
@@ -207,7 +216,7 @@ std::unique_ptr<LibraryDb> LibraryDb::Open(const std::string& path, std::string*
     return nullptr;
   }
   db = OpenConnection(path);
-  const std::string again = db == nullptr ? "cannot be made" : Prepare(db);
+  const std::string again = db == nullptr ? "cannot be made" : Prepare(db, busyTimeoutMs);
   if (!again.empty()) {
     sqlite3_close(db);
     if (message != nullptr) *message = "Library file " + again + ": " + path;

@@ -42,6 +42,8 @@ class LibraryDb {
   // in one line for the user. Empty only when no library can be made at all
   // (`message` says why).
   static std::unique_ptr<LibraryDb> Open(const std::string& path, std::string* message);
+  // The same with another wait for a lock than kLibraryBusyTimeoutMs.
+  static std::unique_ptr<LibraryDb> Open(const std::string& path, std::string* message, int busyTimeoutMs);
   ~LibraryDb();
 
   // Library folders, as given (absolute), in the order added.
@@ -80,6 +82,9 @@ class LibraryDb {
   sqlite3* db_;
   std::string path_;
 };
+
+// How long a connection waits for another's lock before it gives up.
+inline constexpr int kLibraryBusyTimeoutMs = 3000;
 
 // The schema version this Vremo writes; older files are brought up to it.
 inline constexpr int32_t kLibrarySchemaVersion = 1;

@@ -14,6 +14,8 @@ constexpr char32_t kFullwidthLast = 0xFF5E;   // "～"
 constexpr char32_t kFullwidthShift = 0xFF01 - 0x21;
 constexpr char32_t kIdeographicSpace = 0x3000;
 constexpr char kFieldSeparator = '\n';  // never inside a word of the query
+// Up to this many matches are sorted; more are taken from a column order.
+constexpr size_t kFewMatches = 2000;
 
 // Lower case for ASCII, Latin-1, Greek and Cyrillic; fullwidth forms as
 // their ASCII letters, so "ＡＢＣ" finds "abc".
@@ -48,8 +50,14 @@ void AppendUtf8(char32_t c, std::string& out) {
 
 // Folds UTF-8 text; bytes that are not UTF-8 are kept as they are.
 void AppendFolded(std::string_view text, std::string& out) {
+  out.reserve(out.size() + text.size());
   for (size_t i = 0; i < text.size();) {
     const auto lead = static_cast<unsigned char>(text[i]);
+    if (lead < 0x80) {  // most of any library's text
+      out.push_back(static_cast<char>(lead >= 'A' && lead <= 'Z' ? lead + 32 : lead));
+      ++i;
+      continue;
+    }
     const size_t length = lead < 0x80           ? 1
                           : (lead >> 5) == 0x6  ? 2
                           : (lead >> 4) == 0xE  ? 3
@@ -93,7 +101,9 @@ std::vector<std::string> WordsOf(const std::string& text) {
 // Byte order with ASCII letters compared without case.
 int CompareText(const std::string& a, const std::string& b) {
   const size_t n = std::min(a.size(), b.size());
-  for (size_t i = 0; i < n; ++i) {
+  size_t same = 0;  // equal bytes are equal either way: skip them fast
+  while (same < n && a[same] == b[same]) ++same;
+  for (size_t i = same; i < n; ++i) {
     auto lower = [](char c) {
       return c >= 'A' && c <= 'Z' ? static_cast<unsigned char>(c + 32) : static_cast<unsigned char>(c);
     };
@@ -139,6 +149,20 @@ int CompareBy(LibraryColumn column, const LibraryEntry& a, const LibraryEntry& b
   return 0;
 }
 
+// A query's order: the column, then the path.
+struct Before {
+  const std::vector<LibraryEntry>& entries;
+  LibraryColumn column;
+  bool descending;
+  bool operator()(int32_t x, int32_t y) const {
+    const LibraryEntry& a = entries[x];
+    const LibraryEntry& b = entries[y];
+    const int order = CompareBy(column, a, b);
+    if (order != 0) return descending ? order > 0 : order < 0;
+    return a.path < b.path;
+  }
+};
+
 }  // namespace
 
 std::string FoldForSearch(std::string_view text) {
@@ -160,6 +184,15 @@ LibraryIndex::LibraryIndex(std::vector<LibraryEntry> entries) : entries_(std::mo
   }
 }
 
+const std::vector<int32_t>& LibraryIndex::OrderOf(LibraryColumn column, bool descending) const {
+  std::vector<int32_t>& order = orders_[static_cast<size_t>(column) * 2 + (descending ? 1 : 0)];
+  if (order.size() == entries_.size()) return order;
+  order.resize(entries_.size());
+  std::iota(order.begin(), order.end(), 0);
+  std::sort(order.begin(), order.end(), Before{entries_, column, descending});
+  return order;
+}
+
 std::vector<int32_t> LibraryIndex::Find(const LibraryQuery& query) const {
   const std::vector<std::string> words = WordsOf(query.text);
   std::vector<int32_t> found;
@@ -173,13 +206,17 @@ std::vector<int32_t> LibraryIndex::Find(const LibraryQuery& query) const {
                                  [text](const std::string& word) { return text.find(word) != std::string_view::npos; });
     if (all) found.push_back(static_cast<int32_t>(i));
   }
-  std::sort(found.begin(), found.end(), [this, &query](int32_t x, int32_t y) {
-    const LibraryEntry& a = entries_[x];
-    const LibraryEntry& b = entries_[y];
-    const int order = CompareBy(query.sortBy, a, b);
-    if (order != 0) return query.descending ? order > 0 : order < 0;
-    return a.path < b.path;
-  });
+  if (found.size() <= kFewMatches) {
+    std::sort(found.begin(), found.end(), Before{entries_, query.sortBy, query.descending});
+    return found;
+  }
+  // Many matches: pick them out of the column's order.
+  std::vector<bool> matched(entries_.size(), false);
+  for (int32_t i : found) matched[i] = true;
+  found.clear();
+  for (int32_t i : OrderOf(query.sortBy, query.descending)) {
+    if (matched[i]) found.push_back(i);
+  }
   return found;
 }
 

@@ -5,6 +5,8 @@
 // on the entries read once from library.db, so a keystroke costs no
 // database query. Any thread, one index per thread.
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -28,6 +30,7 @@ enum class LibraryColumn : uint8_t {
   kFolder,
   kPath,
 };
+inline constexpr size_t kLibraryColumnCount = static_cast<size_t>(LibraryColumn::kPath) + 1;
 
 struct LibraryQuery {
   std::string text;      // UTF-8; words separated by blanks
@@ -52,8 +55,14 @@ class LibraryIndex {
   std::vector<int32_t> Find(const LibraryQuery& query) const;
 
  private:
+  // Every entry in a column's order, made the first time a query sorts by
+  // it in that direction: a query that matches most of the library then
+  // needs no sort.
+  const std::vector<int32_t>& OrderOf(LibraryColumn column, bool descending) const;
+
   std::vector<LibraryEntry> entries_;
   std::vector<std::string> folded_;  // each entry's searchable text, case-folded
+  mutable std::array<std::vector<int32_t>, 2 * kLibraryColumnCount> orders_;
 };
 
 }  // namespace vremo
