@@ -1,7 +1,9 @@
-// vremo: --info and --dump read the chart here and end; everything else runs
-// in the player library, loaded only then, so that a chart-only tool mode
-// never pays for mapping and initialising Qt, SDL and the sound decoders.
+// vremo: --info and --dump read the chart here and end, and the chart
+// library's modes (--library-*) run here too; everything else runs in the
+// player library, loaded only then, so that these tool modes never pay for
+// mapping and initialising Qt, SDL and the sound decoders.
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <iostream>
@@ -10,6 +12,7 @@
 #include <vector>
 
 #include "shell/chart_modes.h"
+#include "shell/library_modes.h"
 
 namespace {
 
@@ -39,6 +42,7 @@ void* OpenPlayer() {
 
 int main(int argc, char** argv) {
   const std::vector<std::string> args(argv + 1, argv + argc);
+  if (auto status = vremo::RunLibraryMode(args, std::cout, std::cerr, ::isatty(STDERR_FILENO) == 1)) return *status;
   if (auto status = vremo::RunChartMode(args, std::cout, std::cerr)) return *status;
 
   void* player = OpenPlayer();
