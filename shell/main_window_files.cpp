@@ -10,6 +10,8 @@
 #include <iostream>
 
 #include "shell/file_dialog_filter.h"
+#include "shell/library_folders_box.h"
+#include "shell/library_window.h"
 #include "shell/main_window.h"
 #include "shell/record_file.h"
 
@@ -48,6 +50,12 @@ void MainWindow::ShowCriticalMessage(const std::string& text, const std::string&
 void MainWindow::SetPlayListWindow(QWidget* window) {
   playListWindow_ = window;
   cmdPlayList->setEnabled(window != nullptr);
+}
+
+void MainWindow::SetLibraryWindow(LibraryWindow* window) {
+  libraryWindow_ = window;
+  cmdLibrary->setEnabled(window != nullptr);
+  libraryBox_->Attach(window);
 }
 
 void MainWindow::cmdRecSave_Click() {

@@ -1,0 +1,82 @@
+#pragma once
+// The rows the library window shows: the charts a LibraryIndex found, flat
+// (one row per chart) or grouped (one row per song folder with its charts
+// below it), in the order of the search. The model holds only indices into
+// the index's entries, so a keystroke rebuilds it cheaply. UI thread only.
+
+#include <QAbstractItemModel>
+#include <QString>
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "library/library_entry.h"
+#include "library/library_search.h"
+
+namespace vremo {
+
+// The columns in the order shown, each with the key the search sorts by.
+struct LibraryColumnInfo {
+  const char* caption;
+  LibraryColumn sortKey;
+};
+inline constexpr std::array<LibraryColumnInfo, 11> kLibraryColumns = {{
+    {"Title", LibraryColumn::kTitle},
+    {"Artist", LibraryColumn::kArtist},
+    {"Genre", LibraryColumn::kGenre},
+    {"Level", LibraryColumn::kLevel},
+    {"Keys", LibraryColumn::kKeys},
+    {"BPM", LibraryColumn::kBpm},
+    {"Notes", LibraryColumn::kNotes},
+    {"Length", LibraryColumn::kLength},
+    {"Best (J-Pts)", LibraryColumn::kBestJudgePoints},
+    {"Plays", LibraryColumn::kPlays},
+    {"Folder", LibraryColumn::kFolder},
+}};
+
+// "150", or "120-180" when the tempo changes.
+std::string LibraryBpmText(const LibraryEntry& entry);
+// The best J-Pts as the score log writes them ("1234.5"); empty when never played.
+std::string LibraryBestText(const LibraryEntry& entry);
+// The last part of a path ("/a/b/Song" -> "Song").
+std::string LibraryLastPart(const std::string& path);
+// Every line of the details panel for one chart.
+std::string LibraryDetailsText(const LibraryEntry& entry);
+
+class LibraryModel : public QAbstractItemModel {
+ public:
+  using QAbstractItemModel::QAbstractItemModel;
+
+  // `index` must outlive the rows set from it (the window keeps both).
+  void SetRows(const LibraryIndex* index, const std::vector<int32_t>& found, bool grouped);
+
+  // The entry a row shows; -1 for a folder row (or no row).
+  int32_t EntryAt(const QModelIndex& row) const;
+  // The row showing the entry, in column 0; invalid when it is not shown.
+  QModelIndex RowOf(int32_t entry) const;
+  // Every entry shown, top to bottom.
+  std::vector<int32_t> EntriesInOrder() const;
+  bool grouped() const { return grouped_; }
+
+  QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
+  QModelIndex parent(const QModelIndex& child) const override;
+  int rowCount(const QModelIndex& parent = {}) const override;
+  int columnCount(const QModelIndex& parent = {}) const override;
+  QVariant data(const QModelIndex& index, int role) const override;
+  QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+ private:
+  struct Group {
+    std::string folder;
+    std::vector<int32_t> entries;
+  };
+  QString EntryText(const LibraryEntry& entry, int column) const;
+
+  const LibraryIndex* index_ = nullptr;
+  bool grouped_ = false;
+  std::vector<int32_t> flat_;
+  std::vector<Group> groups_;
+};
+
+}  // namespace vremo
