@@ -88,20 +88,23 @@ int32_t LibraryModel::EntryAt(const QModelIndex& row) const {
   return r < group.entries.size() ? group.entries[r] : -1;
 }
 
-QModelIndex LibraryModel::RowOf(int32_t entry) const {
+std::vector<QModelIndex> LibraryModel::RowsOf(const std::unordered_set<int32_t>& entries) const {
+  std::vector<QModelIndex> rows;
+  if (entries.empty()) return rows;
   if (!grouped_) {
     for (size_t r = 0; r < flat_.size(); ++r) {
-      if (flat_[r] == entry) return createIndex(static_cast<int>(r), 0, kTopLevel);
+      if (entries.count(flat_[r]) != 0) rows.push_back(createIndex(static_cast<int>(r), 0, kTopLevel));
     }
-    return {};
+    return rows;
   }
   for (size_t g = 0; g < groups_.size(); ++g) {
-    const auto& entries = groups_[g].entries;
-    for (size_t r = 0; r < entries.size(); ++r) {
-      if (entries[r] == entry) return createIndex(static_cast<int>(r), 0, static_cast<quintptr>(g + 1));
+    const auto& group = groups_[g].entries;
+    for (size_t r = 0; r < group.size(); ++r) {
+      if (entries.count(group[r]) != 0)
+        rows.push_back(createIndex(static_cast<int>(r), 0, static_cast<quintptr>(g + 1)));
     }
   }
-  return {};
+  return rows;
 }
 
 std::vector<int32_t> LibraryModel::EntriesInOrder() const {

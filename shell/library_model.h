@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "library/library_entry.h"
@@ -53,8 +54,8 @@ class LibraryModel : public QAbstractItemModel {
 
   // The entry a row shows; -1 for a folder row (or no row).
   int32_t EntryAt(const QModelIndex& row) const;
-  // The row showing the entry, in column 0; invalid when it is not shown.
-  QModelIndex RowOf(int32_t entry) const;
+  // The rows (column 0) showing these entries, top to bottom.
+  std::vector<QModelIndex> RowsOf(const std::unordered_set<int32_t>& entries) const;
   // Every entry shown, top to bottom.
   std::vector<int32_t> EntriesInOrder() const;
   bool grouped() const { return grouped_; }

@@ -17,6 +17,7 @@
 #include <QSplitter>
 #include <QTreeView>
 #include <QVBoxLayout>
+#include <exception>
 #include <filesystem>
 #include <unordered_set>
 #include <utility>
@@ -204,9 +205,11 @@ void LibraryWindow::RemoveRoot(const std::string& folder) {
 }
 
 void LibraryWindow::ReadEntries() {
-  // The rows point into the index: the old one goes only after the new rows are set.
+  // The rows point into the index: what they show is taken before it goes.
+  const std::vector<std::string> selected = SelectedPaths();
+  const std::string current = CurrentPath();
   std::unique_ptr<LibraryIndex> old = std::exchange(index_, std::make_unique<LibraryIndex>(db_->Entries()));
-  ApplyQuery();
+  ShowRows(selected, current);
   old.reset();
 }
 
@@ -233,8 +236,10 @@ void LibraryWindow::closeEvent(QCloseEvent* event) {
 // --- Search and rows.
 
 void LibraryWindow::ApplyQuery() {
-  if (index_ == nullptr) return;
-  const std::vector<std::string> selected = SelectedPaths();
+  if (index_ != nullptr) ShowRows(SelectedPaths(), CurrentPath());
+}
+
+void LibraryWindow::ShowRows(const std::vector<std::string>& selected, const std::string& current) {
   query_.text = txtSearch->text().toStdString();
   query_.keyCount = cmbKeys->currentData().toInt();
   query_.minLevel = spnLevelFrom->value();
@@ -242,9 +247,28 @@ void LibraryWindow::ApplyQuery() {
   model_->SetRows(index_.get(), index_->Find(query_), chkGroup->isChecked());
   if (model_->grouped()) tvwCharts->expandAll();
   // The charts selected before stay selected while they are shown.
-  for (const std::string& path : selected) SelectPath(path);
+  const std::unordered_set<std::string> wanted(selected.begin(), selected.end());
+  std::unordered_set<int32_t> entries;
+  int32_t currentEntry = -1;
+  for (size_t i = 0; i < index_->entries().size(); ++i) {
+    const std::string& path = index_->entries()[i].path;
+    if (wanted.count(path) != 0) entries.insert(static_cast<int32_t>(i));
+    if (path == current) currentEntry = static_cast<int32_t>(i);
+  }
+  QItemSelection rows;
+  const int lastColumn = model_->columnCount() - 1;
+  for (const QModelIndex& row : model_->RowsOf(entries)) rows.select(row, row.siblingAtColumn(lastColumn));
+  tvwCharts->selectionModel()->select(rows, QItemSelectionModel::Select);
+  const std::vector<QModelIndex> currentRow = model_->RowsOf({currentEntry});
+  if (!currentRow.empty())
+    tvwCharts->selectionModel()->setCurrentIndex(currentRow.front(), QItemSelectionModel::NoUpdate);
   UpdateStatus();
   ShowDetails();
+}
+
+std::string LibraryWindow::CurrentPath() const {
+  const int32_t entry = model_->EntryAt(tvwCharts->currentIndex());
+  return entry >= 0 && index_ != nullptr ? index_->entries()[static_cast<size_t>(entry)].path : std::string();
 }
 
 void LibraryWindow::SortByColumn(int column) {
@@ -297,9 +321,9 @@ bool LibraryWindow::SelectPath(const std::string& path) {
   const auto& entries = index_->entries();
   for (size_t i = 0; i < entries.size(); ++i) {
     if (entries[i].path != path) continue;
-    const QModelIndex row = model_->RowOf(static_cast<int32_t>(i));
-    if (!row.isValid()) return false;
-    tvwCharts->selectionModel()->setCurrentIndex(row, QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    const std::vector<QModelIndex> row = model_->RowsOf({static_cast<int32_t>(i)});
+    if (row.empty()) return false;
+    tvwCharts->selectionModel()->setCurrentIndex(row.front(), QItemSelectionModel::Select | QItemSelectionModel::Rows);
     return true;
   }
   return false;
@@ -346,16 +370,21 @@ void LibraryWindow::StartScan() {
   scanThread_ = std::thread([this, serial, path = libraryPath_] {
     std::string message;
     ScanReport report;
-    if (auto db = LibraryDb::Open(path, &message)) {
-      report = ScanLibrary(
-          *db, ScanOptions{},
-          [this, serial](const ScanProgress& progress) {
-            QMetaObject::invokeMethod(
-                this, [this, serial, progress] { ScanProgressed(serial, progress); }, Qt::QueuedConnection);
-          },
-          &cancelScan_);
-    } else {
-      report.skipped.push_back(message);
+    try {
+      if (auto db = LibraryDb::Open(path, &message)) {
+        report = ScanLibrary(
+            *db, ScanOptions{},
+            [this, serial](const ScanProgress& progress) {
+              QMetaObject::invokeMethod(
+                  this, [this, serial, progress] { ScanProgressed(serial, progress); }, Qt::QueuedConnection);
+            },
+            &cancelScan_);
+      } else {
+        report.skipped.push_back(message);
+      }
+    } catch (const std::exception& error) {
+      // Out of memory or the like: the scan ends, the player goes on.
+      report.skipped.push_back(error.what());
     }
     QMetaObject::invokeMethod(
         this, [this, serial, report] { ScanEnded(serial, report); }, Qt::QueuedConnection);

@@ -102,6 +102,9 @@ class LibraryWindow : public QWidget {
   bool OpenLibrary();
   void ReadEntries();
   void ApplyQuery();
+  // The rows of the query, with these charts selected and current again.
+  void ShowRows(const std::vector<std::string>& selected, const std::string& current);
+  std::string CurrentPath() const;
   void ShowDetails();
   void SortByColumn(int column);
   // `serial` tells a scan from the one before it.
