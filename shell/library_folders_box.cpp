@@ -33,10 +33,19 @@ LibraryFoldersBox::LibraryFoldersBox(QWidget* parent) : QGroupBox(tr("Library"),
   connect(cmdAdd, &QPushButton::clicked, this, [this] { AddFolder(); });
   connect(cmdRemove, &QPushButton::clicked, this, &LibraryFoldersBox::RemoveSelected);
   connect(cmdScan, &QPushButton::clicked, this, &LibraryFoldersBox::ScanNow);
-  grid->addWidget(lstFolders, 0, 0, 1, 3);
+  cmdBrowse = MakeButton("cmdLibrary", tr("Browse..."), tr("Show the chart library"));
+  connect(cmdBrowse, &QPushButton::clicked, this, [this] {
+    if (window_ == nullptr) return;
+    window_->show();
+    window_->raise();
+    window_->activateWindow();
+  });
+  // Two buttons a row: the panel stays as narrow as it was.
+  grid->addWidget(lstFolders, 0, 0, 1, 2);
   grid->addWidget(cmdAdd, 1, 0);
   grid->addWidget(cmdRemove, 1, 1);
-  grid->addWidget(cmdScan, 1, 2);
+  grid->addWidget(cmdScan, 2, 0);
+  grid->addWidget(cmdBrowse, 2, 1);
   setEnabled(false);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 // The option panel's "Library" group: the library folders, "Add folder...",
-// "Remove" and "Scan now". It does nothing until the library window is
+// "Remove", "Scan now" and "Browse..." (shows the library window). It does nothing until the library window is
 // attached (the command side makes it), and reads nothing until then either:
 // a user who never adds a folder gets no library file. UI thread only.
 
@@ -33,6 +33,7 @@ class LibraryFoldersBox : public QGroupBox {
   QPushButton* cmdAdd = nullptr;
   QPushButton* cmdRemove = nullptr;
   QPushButton* cmdScan = nullptr;
+  QPushButton* cmdBrowse = nullptr;
 };
 
 }  // namespace vremo

@@ -199,18 +199,7 @@ QWidget* MainWindow::MakeTransportBar() {
     playListWindow_->raise();
     playListWindow_->activateWindow();
   });
-  cmdLibrary = MakeButton("cmdLibrary", {}, tr("Show the chart library"));
-  cmdLibrary->setIcon(style()->standardIcon(QStyle::SP_DirHomeIcon));
-  cmdLibrary->setEnabled(false);
-  connect(cmdLibrary, &QPushButton::clicked, this, [this] {
-    if (libraryWindow_ == nullptr) return;
-    libraryWindow_->show();
-    libraryWindow_->raise();
-    libraryWindow_->activateWindow();
-  });
-  for (QPushButton* button : {cmdRew, cmdPlay, cmdStop, cmdFF, cmdReload, cmdOpen, cmdPlayList, cmdLibrary}) {
-    row->addWidget(button);
-  }
+  for (QPushButton* button : {cmdRew, cmdPlay, cmdStop, cmdFF, cmdReload, cmdOpen, cmdPlayList}) row->addWidget(button);
   row->addStretch(1);
   return bar;
 }

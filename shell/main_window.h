@@ -109,7 +109,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   void FilesDropped(const std::vector<std::string>& paths);
   // The play-list window, shown by cmdPlayList.
   void SetPlayListWindow(QWidget* window);
-  // The library window, shown by cmdLibrary; the option panel's library
+  // The library window, shown from the option panel's library group, whose
   // folders work through it.
   void SetLibraryWindow(LibraryWindow* window);
   // A message box with the critical-stop icon that does not hold the play
@@ -327,7 +327,6 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   QPushButton* cmdRecLoad = nullptr;
   QPushButton* cmdKeyConf = nullptr;
   QPushButton* cmdPlayList = nullptr;
-  QPushButton* cmdLibrary = nullptr;
   LibraryFoldersBox* libraryBox_ = nullptr;  // the option panel's library folders
   QPushButton* cmdDDInit = nullptr;
   QPushButton* cmdDDRelease = nullptr;
@@ -336,7 +335,6 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   QTimer* playTimer_ = nullptr;
   QSystemTrayIcon* tray_ = nullptr;
   QWidget* playListWindow_ = nullptr;
-  QWidget* libraryWindow_ = nullptr;
   // What auto-hide hides: the right-hand column and the bars under picDraw.
   std::vector<QWidget*> hideable_;
 };

@@ -11,7 +11,6 @@
 
 #include "shell/file_dialog_filter.h"
 #include "shell/library_folders_box.h"
-#include "shell/library_window.h"
 #include "shell/main_window.h"
 #include "shell/record_file.h"
 
@@ -52,11 +51,7 @@ void MainWindow::SetPlayListWindow(QWidget* window) {
   cmdPlayList->setEnabled(window != nullptr);
 }
 
-void MainWindow::SetLibraryWindow(LibraryWindow* window) {
-  libraryWindow_ = window;
-  cmdLibrary->setEnabled(window != nullptr);
-  libraryBox_->Attach(window);
-}
+void MainWindow::SetLibraryWindow(LibraryWindow* window) { libraryBox_->Attach(window); }
 
 void MainWindow::cmdRecSave_Click() {
   if (engine_->record().length() == 0) return;
