@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "library/library_entry.h"
@@ -25,9 +26,9 @@ inline constexpr std::string_view kBadLibrarySuffix = ".bad";
 
 struct LibraryStats {
   int64_t charts = 0;
-  int64_t folders = 0;       // song folders
-  int64_t roots = 0;         // library folders
-  int64_t played = 0;        // charts with at least one result
+  int64_t folders = 0;  // song folders
+  int64_t roots = 0;    // library folders
+  int64_t played = 0;   // charts with at least one result
   int64_t needsModern = 0;
   int64_t totalLengthMs = 0;
 };
@@ -45,7 +46,7 @@ class LibraryDb {
 
   // Library folders, as given (absolute), in the order added.
   std::vector<std::string> Roots();
-  bool AddRoot(const std::string& folder);  // false when already there
+  bool AddRoot(const std::string& folder);     // false when already there
   bool RemoveRoot(const std::string& folder);  // its charts go with it
 
   // Every chart with its result, ordered by path.
@@ -60,10 +61,31 @@ class LibraryDb {
 
   sqlite3* handle() { return db_; }  // for the scanner in this module
 
+  // For the scanner: what is known of every chart under `folder` (a root or
+  // a song folder, without a trailing "/"), ordered by path.
+  struct KnownFile {
+    std::string path;
+    int64_t fileSize = 0;
+    int64_t modifiedNs = 0;
+  };
+  std::vector<KnownFile> FilesUnder(const std::string& folder);
+  // Writes new and changed charts and removes vanished ones in one
+  // transaction; false (nothing written) when the database refuses.
+  bool WriteCharts(const std::vector<LibraryEntry>& charts, const std::vector<std::string>& vanished);
+
+  const std::string& path() const { return path_; }
+
  private:
-  explicit LibraryDb(sqlite3* db) : db_(db) {}
+  LibraryDb(sqlite3* db, std::string path) : db_(db), path_(std::move(path)) {}
   sqlite3* db_;
+  std::string path_;
 };
+
+// The schema version this Vremo writes; older files are brought up to it.
+inline constexpr int32_t kLibrarySchemaVersion = 1;
+
+// A folder as the library names it: no "/" at the end.
+std::string WithoutTrailingSlash(std::string folder);
 
 // ProgramFolder()'s library.db.
 std::string DefaultLibraryPath(const std::string& programFolder);

@@ -21,7 +21,7 @@ struct LibraryCounts {
 // The player's results for one chart (player 1's figures of every score-log
 // block that names the chart).
 struct LibraryResult {
-  int32_t plays = 0;          // 0: never played
+  int32_t plays = 0;           // 0: never played
   double bestJudgePoints = 0;  // best J-Pts
   int32_t bestPoints = 0;      // best Pts
   int32_t bestExPoints = 0;    // best Ex-Pts
@@ -30,9 +30,9 @@ struct LibraryResult {
 };
 
 struct LibraryEntry {
-  int64_t id = 0;           // the row's key in library.db
-  std::string path;         // absolute path of the chart file
-  std::string folder;       // its song folder (the chart's parent folder)
+  int64_t id = 0;      // the row's key in library.db
+  std::string path;    // absolute path of the chart file
+  std::string folder;  // its song folder (the chart's parent folder)
   int64_t fileSize = 0;
   int64_t modifiedNs = 0;   // the file's mtime in nanoseconds
   std::string contentHash;  // 16 hex digits over the file's bytes

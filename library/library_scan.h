@@ -11,11 +11,22 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "library/library_db.h"
 
 namespace vremo {
+
+// What the scan reports skipping: the prefix, then the path (and the
+// system's reason in brackets where there is one).
+inline constexpr std::string_view kSkipUnreadableFolder = "Unreadable folder: ";
+inline constexpr std::string_view kSkipFolderLoop = "Folder loop cut: ";
+inline constexpr std::string_view kSkipBrokenLink = "Broken link: ";
+inline constexpr std::string_view kSkipNotAFile = "Not a regular file: ";
+inline constexpr std::string_view kSkipMissingRoot = "Library folder missing: ";
+inline constexpr std::string_view kSkipUnreadableChart = "Chart not read: ";
+inline constexpr std::string_view kSkipUnwritableFolder = "Folder not written: ";
 
 struct ScanOptions {
   int32_t threads = 0;  // chart readers; 0 = one per core
@@ -42,12 +53,10 @@ struct ScanReport {
 // `onProgress` (may be empty) is called on the caller's thread after each
 // song folder is written. `cancel` (may be null) is polled between files.
 ScanReport ScanLibrary(LibraryDb& db, const ScanOptions& options,
-                       const std::function<void(const ScanProgress&)>& onProgress,
-                       const std::atomic<bool>* cancel);
+                       const std::function<void(const ScanProgress&)>& onProgress, const std::atomic<bool>* cancel);
 
 // Scans only `root` (which must be one of the library's roots).
 ScanReport ScanLibraryRoot(LibraryDb& db, const std::string& root, const ScanOptions& options,
-                           const std::function<void(const ScanProgress&)>& onProgress,
-                           const std::atomic<bool>* cancel);
+                           const std::function<void(const ScanProgress&)>& onProgress, const std::atomic<bool>* cancel);
 
 }  // namespace vremo

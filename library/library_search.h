@@ -5,8 +5,11 @@
 // on the entries read once from library.db, so a keystroke costs no
 // database query. Any thread, one index per thread.
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "library/library_entry.h"
@@ -27,15 +30,20 @@ enum class LibraryColumn : uint8_t {
   kFolder,
   kPath,
 };
+inline constexpr size_t kLibraryColumnCount = static_cast<size_t>(LibraryColumn::kPath) + 1;
 
 struct LibraryQuery {
-  std::string text;     // UTF-8; words separated by blanks
+  std::string text;      // UTF-8; words separated by blanks
   int32_t keyCount = 0;  // 0 = any
   int32_t minLevel = 0;  // 0 = no lower bound
   int32_t maxLevel = 0;  // 0 = no upper bound
   LibraryColumn sortBy = LibraryColumn::kPath;
   bool descending = false;
 };
+
+// The text as the index compares it: lower case (ASCII, Latin-1, Greek,
+// Cyrillic) and fullwidth letters and digits as ASCII.
+std::string FoldForSearch(std::string_view text);
 
 class LibraryIndex {
  public:
@@ -47,8 +55,14 @@ class LibraryIndex {
   std::vector<int32_t> Find(const LibraryQuery& query) const;
 
  private:
+  // Every entry in a column's order, made the first time a query sorts by
+  // it in that direction: a query that matches most of the library then
+  // needs no sort.
+  const std::vector<int32_t>& OrderOf(LibraryColumn column, bool descending) const;
+
   std::vector<LibraryEntry> entries_;
   std::vector<std::string> folded_;  // each entry's searchable text, case-folded
+  mutable std::array<std::vector<int32_t>, 2 * kLibraryColumnCount> orders_;
 };
 
 }  // namespace vremo

@@ -57,9 +57,15 @@ std::optional<std::string> ValueLine(const Chart& chart, const ScoreBoard& score
   return line;
 }
 
-std::string JPtsLine(const PlayerScore& s) { return "  J-Pts: " + FormatNumber(s.jPts, 1, 1) + "pts"; }
-std::string PtsLine(const PlayerScore& s) { return "  Pts: " + FormatNumber(s.pts, 1, 0) + "pts"; }
-std::string ExPtsLine(const PlayerScore& s) { return "  Ex-Pts: " + std::to_string(s.ExPts()) + "pts"; }
+std::string JPtsLine(const PlayerScore& s) {
+  return std::string(kJudgePointsLabel) + FormatNumber(s.jPts, 1, 1) + std::string(kPointsUnit);
+}
+std::string PtsLine(const PlayerScore& s) {
+  return std::string(kPointsLabel) + FormatNumber(s.pts, 1, 0) + std::string(kPointsUnit);
+}
+std::string ExPtsLine(const PlayerScore& s) {
+  return std::string(kExPointsLabel) + std::to_string(s.ExPts()) + std::string(kPointsUnit);
+}
 std::string Counts(const PlayerScore& s) {
   return "fGreat " + std::to_string(s.fGreat) + " Great " + std::to_string(s.great) + " Good " +
          std::to_string(s.good) + " Bad " + std::to_string(s.bad) + " Poor " + std::to_string(s.poor);
@@ -90,8 +96,8 @@ std::optional<std::string> OptionLine(const Chart& chart, const Settings& s) {
 
 std::vector<std::string> ScoreLogLines(const Chart& chart, const ScoreBoard& scores, const Settings& settings) {
   std::vector<std::string> lines;
-  lines.push_back("*BMS " + std::to_string(chart.bmsId));
-  lines.push_back("*INF " + chart.genre + "\t" + chart.title + "\t" + chart.artist + "\t" +
+  lines.push_back(std::string(kScoreIdPrefix) + std::to_string(chart.bmsId));
+  lines.push_back(std::string(kScoreInfoPrefix) + chart.genre + "\t" + chart.title + "\t" + chart.artist + "\t" +
                   std::to_string(chart.playLevel) + "\t" + std::to_string(chart.rank) + "\t" +
                   ShortestDecimal(chart.bpm) + "\t" + std::to_string(chart.totalNotes[0]) + "\t" +
                   std::to_string(chart.totalNotes[1]));
@@ -99,7 +105,7 @@ std::vector<std::string> ScoreLogLines(const Chart& chart, const ScoreBoard& sco
   if (auto line = ValueLine(chart, scores)) lines.push_back(*line);
   for (int p = 0; p < 2; ++p) {
     const PlayerScore& s = scores.players[p];
-    lines.push_back(std::to_string(p + 1) + "P - " + Counts(s));
+    lines.push_back(std::to_string(p + 1) + std::string(kScorePlayerCounts) + Counts(s));
     lines.push_back(JPtsLine(s));
     lines.push_back(PtsLine(s));
     lines.push_back(ExPtsLine(s));

@@ -20,6 +20,15 @@ namespace vremo {
 inline constexpr std::string_view kScoreLogFileName = "vremoscore.txt";
 inline constexpr std::string_view kScoreLogLineEnd = "\r\n";
 inline constexpr std::string_view kResultRule = "----------------";
+// The starts of the block's lines, for the writer here and for readers of
+// the log (the chart library imports it).
+inline constexpr std::string_view kScoreIdPrefix = "*BMS ";
+inline constexpr std::string_view kScoreInfoPrefix = "*INF ";
+inline constexpr std::string_view kScorePlayerCounts = "P - ";  // after the player's number
+inline constexpr std::string_view kJudgePointsLabel = "  J-Pts: ";
+inline constexpr std::string_view kPointsLabel = "  Pts: ";
+inline constexpr std::string_view kExPointsLabel = "  Ex-Pts: ";
+inline constexpr std::string_view kPointsUnit = "pts";
 
 // The "*OPT " line; empty when its check value does not fit 32 bits (the
 // line is then left out).

@@ -3,7 +3,8 @@
 #   (default)   release build with debug info in build/
 #   --sanitize  AddressSanitizer + UndefinedBehaviorSanitizer build in build-asan/
 #   --tsan      ThreadSanitizer build in build-tsan/: only the programs whose
-#               tests run threads (sound device, command channel, player processes)
+#               tests run threads (sound device, command channel, player processes,
+#               library scan)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -16,7 +17,7 @@ if [ "${1:-}" = "--sanitize" ]; then
 elif [ "${1:-}" = "--tsan" ]; then
   dir=build-tsan
   flags=(-DCMAKE_BUILD_TYPE=Debug "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g" -DVREMO_TSAN=ON -DVREMO_BENCH=OFF)
-  targets=(display_tests shell_tests shell_window_tests)
+  targets=(display_tests shell_tests shell_window_tests library_tests)
 fi
 
 cmake -S . -B "$dir" -G Ninja "${flags[@]}" >/dev/null

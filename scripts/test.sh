@@ -16,6 +16,8 @@ if [ "${1:-}" = "--tsan" ]; then
   cd build-tsan/tests
   display/display_tests --gtest_filter='AudioDevice*:Mixer*:SoundBank*:MediaPrefetch*'
   shell/shell_window_tests --gtest_filter='CommandChannel*:Instance*'
+  # The library scan's chart readers and writer against a reading connection.
+  library/library_tests --gtest_filter='LibraryScan.ReaderSees*:LibraryScan.Stopped*'
   # (The first process test's client waits only briefly for a load's notice,
   # which this slower build can miss.)
   shell/shell_tests --gtest_filter='PlayerProcess*:PlayerFaults*:PlayerLoading*:-PlayerProcess.ChannelLoadsSeeksHandsOverAndQuits'
