@@ -18,6 +18,7 @@
 #include <filesystem>
 
 #include "library/library_db.h"
+#include "play/number_format.h"
 #include "shell/library_folders_box.h"
 #include "shell/library_model.h"
 #include "shell/library_window.h"
@@ -58,11 +59,6 @@ class LibraryWindowTest : public testing::WindowTest {
       if (rows->rowCount(row) == 0) titles.push_back(row.data().toString().toStdString());
     }
     return titles;
-  }
-  LibraryEntry Entry(const std::string& path) {
-    std::string message;
-    auto db = LibraryDb::Open(DbPath(), &message);
-    return db->EntryByPath(path).value_or(LibraryEntry{});
   }
   std::string DbPath() { return folder.Path(std::string(kLibraryFileName)); }
   // Scans from the window's button and waits for the summary in the log.
@@ -167,13 +163,15 @@ TEST_F(LibraryWindowTest, FoldersScanSearchSortGroupPlayAndAdd) {
   QTest::keyClick(view, Qt::Key_Return);
   EXPECT_EQ(window->playTag(), beta);
   ASSERT_TRUE(PlayEnds(1));
+  // The figures are the ones the play judged, read back from the score log.
+  const PlayerScore& score = window->engine().scores().players[0];
+  EXPECT_GT(score.poor, 0);
   const std::string details = Control<QPlainTextEdit>("txtLibraryDetails")->toPlainText().toStdString();
-  EXPECT_EQ(details, beta +
-                         "\nTitle: Beta\nArtist: Bob\nGenre: Eurobeat\nBPM: 120-180\nLevel: 6\nKeys: 7\n"
-                         "Notes: 2\nLength: " +
-                         ListLengthText(window->chart().lengthMs) + "\nEncoding: " + Entry(beta).encoding +
-                         "\nModern reading: no\nBest: J-Pts 0.0, Pts 0, Ex-Pts 0\n"
-                         "fGreat 0 Great 0 Good 0 Bad 0 Poor 2\nPlays: 1");
+  EXPECT_EQ(details, beta + "\nTitle: Beta\nArtist: Bob\nGenre: Eurobeat\nBPM: 120-180\nLevel: 6\nKeys: 7\n" +
+                         "Notes: 2\nLength: " + ListLengthText(window->chart().lengthMs) +
+                         "\nEncoding: UTF-8\nModern reading: no\nBest: J-Pts " + FormatNumber(score.jPts, 1, 1) +
+                         ", Pts " + FormatNumber(score.pts, 1, 0) + ", Ex-Pts " + std::to_string(score.ExPts()) +
+                         "\nfGreat 0 Great 0 Good 0 Bad 0 Poor " + std::to_string(score.poor) + "\nPlays: 1");
   EXPECT_EQ(view->model()->index(1, 9).data().toString(), "1");
 
   // A rescan reads the changed chart and keeps the search and the selection.
