@@ -33,6 +33,7 @@ constexpr int kInitialWidth = 900;
 constexpr int kInitialHeight = 560;
 constexpr int kDetailsWidth = 260;
 constexpr int kMaxLevel = 999;
+constexpr size_t kOpenFoldersLimit = 1000;
 
 // The key-mode filter's items and the key counts they ask for (0 = any).
 struct KeyMode {
@@ -245,7 +246,9 @@ void LibraryWindow::ShowRows(const std::vector<std::string>& selected, const std
   query_.minLevel = spnLevelFrom->value();
   query_.maxLevel = spnLevelTo->value();
   model_->SetRows(index_.get(), index_->Find(query_), chkGroup->isChecked());
-  if (model_->grouped()) tvwCharts->expandAll();
+  // Opening thousands of folders at once takes the view most of a second:
+  // a long list shows them closed, a search narrow enough shows them open.
+  if (model_->grouped() && model_->EntriesInOrder().size() <= kOpenFoldersLimit) tvwCharts->expandAll();
   // The charts selected before stay selected while they are shown.
   const std::unordered_set<std::string> wanted(selected.begin(), selected.end());
   std::unordered_set<int32_t> entries;

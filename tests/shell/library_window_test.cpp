@@ -182,10 +182,19 @@ TEST_F(LibraryWindowTest, FoldersScanSearchSortGroupPlayAndAdd) {
   EXPECT_EQ(Titles(), (std::vector<std::string>{"Gamma Two"}));
   EXPECT_EQ(library.SelectedPaths(), (std::vector<std::string>{gamma}));
 
-  // Closing the window stops the scan and leaves no thread behind.
+  // Closing the window stops the scan and leaves no thread behind; the
+  // next scan finishes the work.
+  for (int i = 0; i < 200; ++i) {
+    folder.Write("lib/Bulk/" + std::to_string(i) + "/c.bms", Chart("Bulk", "Dee", "Pop", 2, {"#00111:01"}));
+  }
   Control<QPushButton>("cmdLibraryScan")->click();
   library.close();
   EXPECT_FALSE(library.Scanning());
+  EXPECT_TRUE(WaitFor([&] { return Log().contains(ToQString(kScanStoppedSuffix)); })) << Log().toStdString();
+  library.show();
+  Search("bulk");
+  Scan(std::string(kScanSummaryPrefix));
+  EXPECT_EQ(Titles().size(), 200u);
   // Removing the folder takes its charts out.
   Find<QListWidget>("lstLibraryFolders")->setCurrentRow(0);
   Find<QPushButton>("cmdLibraryFolderRemove")->click();
