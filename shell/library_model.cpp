@@ -1,6 +1,7 @@
 // The library window's rows: flat or grouped by song folder.
 #include "shell/library_model.h"
 
+#include <cmath>
 #include <unordered_map>
 
 #include "chart/numbers.h"
@@ -15,15 +16,17 @@ namespace {
 // folder's number + 1 here.
 constexpr quintptr kTopLevel = 0;
 
-std::string Number(double value) { return ShortestDecimal(value); }
+constexpr double kBpmScale = 100.0;
+
+double RoundedBpm(double value) { return std::round(value * kBpmScale) / kBpmScale; }
 
 }  // namespace
 
 std::string LibraryBpmText(const LibraryEntry& entry) {
-  const double low = entry.bpmMin > 0 ? entry.bpmMin : entry.bpm;
-  const double high = entry.bpmMax > 0 ? entry.bpmMax : entry.bpm;
-  if (low == high) return Number(low);
-  return Number(low) + "-" + Number(high);
+  const double low = RoundedBpm(entry.bpmMin > 0 ? entry.bpmMin : entry.bpm);
+  const double high = RoundedBpm(entry.bpmMax > 0 ? entry.bpmMax : entry.bpm);
+  if (low == high) return ShortestDecimal(low);
+  return ShortestDecimal(low) + "-" + ShortestDecimal(high);
 }
 
 std::string LibraryBestText(const LibraryEntry& entry) {

@@ -21,22 +21,23 @@ namespace vremo {
 struct LibraryColumnInfo {
   const char* caption;
   LibraryColumn sortKey;
+  int width;  // at first, in characters
 };
 inline constexpr std::array<LibraryColumnInfo, 11> kLibraryColumns = {{
-    {"Title", LibraryColumn::kTitle},
-    {"Artist", LibraryColumn::kArtist},
-    {"Genre", LibraryColumn::kGenre},
-    {"Level", LibraryColumn::kLevel},
-    {"Keys", LibraryColumn::kKeys},
-    {"BPM", LibraryColumn::kBpm},
-    {"Notes", LibraryColumn::kNotes},
-    {"Length", LibraryColumn::kLength},
-    {"Best (J-Pts)", LibraryColumn::kBestJudgePoints},
-    {"Plays", LibraryColumn::kPlays},
-    {"Folder", LibraryColumn::kFolder},
+    {"Title", LibraryColumn::kTitle, 30},
+    {"Artist", LibraryColumn::kArtist, 18},
+    {"Genre", LibraryColumn::kGenre, 14},
+    {"Level", LibraryColumn::kLevel, 8},
+    {"Keys", LibraryColumn::kKeys, 7},
+    {"BPM", LibraryColumn::kBpm, 13},
+    {"Notes", LibraryColumn::kNotes, 9},
+    {"Length", LibraryColumn::kLength, 9},
+    {"Best (J-Pts)", LibraryColumn::kBestJudgePoints, 15},
+    {"Plays", LibraryColumn::kPlays, 8},
+    {"Folder", LibraryColumn::kFolder, 18},
 }};
 
-// "150", or "120-180" when the tempo changes.
+// "150", or "120-180" when the tempo changes (two decimals at most).
 std::string LibraryBpmText(const LibraryEntry& entry);
 // The best J-Pts as the score log writes them ("1234.5"); empty when never played.
 std::string LibraryBestText(const LibraryEntry& entry);

@@ -29,7 +29,7 @@
 namespace vremo {
 namespace {
 
-constexpr int kInitialWidth = 900;
+constexpr int kInitialWidth = 1180;
 constexpr int kInitialHeight = 560;
 constexpr int kDetailsWidth = 260;
 constexpr int kMaxLevel = 999;
@@ -79,6 +79,10 @@ LibraryWindow::LibraryWindow(LibraryActions actions, DebugLog& log, std::string 
   header->setSortIndicatorShown(true);
   header->setSortIndicator(-1, Qt::AscendingOrder);
   connect(header, &QHeaderView::sectionClicked, this, &LibraryWindow::SortByColumn);
+  const int charWidth = tvwCharts->fontMetrics().averageCharWidth();
+  for (size_t i = 0; i < kLibraryColumns.size(); ++i) {
+    header->resizeSection(static_cast<int>(i), kLibraryColumns[i].width * charWidth);
+  }
   connect(tvwCharts, &QTreeView::doubleClicked, this, [this](const QModelIndex& row) {
     if (model_->EntryAt(row) >= 0) PlaySelected();
   });
