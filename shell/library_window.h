@@ -7,10 +7,10 @@
 // the play list does; Insert or "Add to play list" appends the selected
 // charts to the play list.
 //
-// library.db is opened (and so created) only when the window is first shown
-// or a library folder is added. The scan runs on its own thread with its
-// own connection and posts its progress to this window; everything else
-// runs on the UI thread.
+// library.db is created only when the user first shows the window, adds a
+// library folder or asks for a scan; an existing one is opened to list its
+// folders. The scan runs on its own thread with its own connection and posts
+// its progress to this window; everything else runs on the UI thread.
 
 #include <QWidget>
 #include <atomic>
