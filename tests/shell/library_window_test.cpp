@@ -11,6 +11,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTest>
@@ -106,6 +107,11 @@ TEST_F(LibraryWindowTest, FoldersScanSearchSortGroupPlayAndAdd) {
   Scan(std::string(kScanSummaryPrefix) + "4 added, 0 updated, 0 removed, 0 unchanged");
   EXPECT_EQ(Titles(), (std::vector<std::string>{"Gamma", "Alpha", "Alpha Another", "Beta"}));
   EXPECT_EQ(Control<QLabel>("lblLibraryCount")->text(), "4 of 4 charts");
+  // The progress came folder by folder from the scan's thread.
+  auto* progress = Control<QProgressBar>("prgLibraryScan");
+  EXPECT_EQ(progress->format(), ToQString(kScanningFormat).arg(3).arg(3));
+  EXPECT_EQ(progress->value(), 3);
+  EXPECT_TRUE(progress->isHidden());
 
   // Every word typed must be found in the title, artist, genre or folder.
   Search("alpha");
