@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <string>
+#include <vector>
 
 namespace vremo {
 namespace {
@@ -109,17 +111,54 @@ size_t AppendAscii(std::string_view bytes, size_t pos, std::u32string& out) {
   return end;
 }
 
+// Each thread keeps its converters open: glibc unloads an encoding's module
+// when its last converter closes, and loading it again for every chart was
+// a quarter of a library scan's time.
+class ConverterCache {
+ public:
+  ConverterCache() = default;
+  ConverterCache(const ConverterCache&) = delete;
+  ConverterCache& operator=(const ConverterCache&) = delete;
+  ~ConverterCache() {
+    for (const Entry& entry : entries_) {
+      if (entry.cd != kNoConverter) iconv_close(entry.cd);
+    }
+  }
+
+  // A converter to UTF-32LE in its initial state; kNoConverter when the
+  // encoding is unknown.
+  iconv_t Get(const char* encoding) {
+    for (const Entry& entry : entries_) {
+      if (entry.encoding == encoding) {
+        if (entry.cd != kNoConverter) iconv(entry.cd, nullptr, nullptr, nullptr, nullptr);
+        return entry.cd;
+      }
+    }
+    entries_.push_back({encoding, iconv_open("UTF-32LE", encoding)});
+    return entries_.back().cd;
+  }
+
+  static inline const iconv_t kNoConverter = reinterpret_cast<iconv_t>(-1);
+
+ private:
+  struct Entry {
+    std::string encoding;
+    iconv_t cd;
+  };
+  std::vector<Entry> entries_;
+};
+
+iconv_t ThreadConverter(const char* encoding) {
+  thread_local ConverterCache cache;
+  return cache.Get(encoding);
+}
+
 // Decodes pieces of one text in an iconv encoding. Charts are nearly all
 // ASCII: only the stretches around other bytes go through iconv, whose
 // per-character cost would otherwise dominate reading.
 class IconvDecoder {
  public:
-  explicit IconvDecoder(const char* encoding) : cd_(iconv_open("UTF-32LE", encoding)) {}
-  ~IconvDecoder() {
-    if (open()) iconv_close(cd_);
-  }
-  IconvDecoder(const IconvDecoder&) = delete;
-  IconvDecoder& operator=(const IconvDecoder&) = delete;
+  explicit IconvDecoder(const char* encoding) : cd_(ThreadConverter(encoding)) {}
 
   // Appends the characters of bytes that start on a character's start.
   void Append(std::string_view bytes, std::u32string& out, size_t& replaced) {
@@ -144,7 +183,7 @@ class IconvDecoder {
   }
 
  private:
-  bool open() const { return cd_ != reinterpret_cast<iconv_t>(-1); }
+  bool open() const { return cd_ != ConverterCache::kNoConverter; }
   iconv_t cd_;
 };
 

@@ -49,6 +49,18 @@ int64_t Plausibility(std::u32string_view text, size_t errors, bool korean) {
 
 }  // namespace
 
+const char* ChartEncodingName(ChartEncoding encoding) {
+  switch (encoding) {
+    case ChartEncoding::kCp932:
+      return "CP932";
+    case ChartEncoding::kCp949:
+      return "CP949";
+    case ChartEncoding::kUtf8:
+      break;
+  }
+  return "UTF-8";
+}
+
 DecodedChartText DecodeModernChartBytes(std::string_view bytes) {
   const size_t nul = bytes.find('\0');
   if (nul != std::string_view::npos) bytes = bytes.substr(0, nul);
@@ -59,8 +71,8 @@ DecodedChartText DecodeModernChartBytes(std::string_view bytes) {
 
   size_t japaneseErrors = 0;
   size_t koreanErrors = 0;
-  std::u32string japanese = DecodeWithIconv(bytes, "CP932", &japaneseErrors);
-  std::u32string korean = DecodeWithIconv(bytes, "CP949", &koreanErrors);
+  std::u32string japanese = DecodeWithIconv(bytes, ChartEncodingName(ChartEncoding::kCp932), &japaneseErrors);
+  std::u32string korean = DecodeWithIconv(bytes, ChartEncodingName(ChartEncoding::kCp949), &koreanErrors);
   const int64_t japaneseScore = Plausibility(japanese, japaneseErrors, false);
   const int64_t koreanScore = Plausibility(korean, koreanErrors, true) + kRareWeight * Cp949ExtensionPairs(bytes);
   if (koreanScore > japaneseScore) {

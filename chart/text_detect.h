@@ -12,6 +12,10 @@ namespace vremo {
 
 enum class ChartEncoding : uint8_t { kUtf8, kCp932, kCp949 };
 
+// "UTF-8", "CP932" or "CP949": the name iconv knows the encoding by, which
+// is also how the program shows it.
+const char* ChartEncodingName(ChartEncoding encoding);
+
 struct DecodedChartText {
   std::u32string text;
   ChartEncoding encoding = ChartEncoding::kUtf8;

@@ -34,75 +34,79 @@ constexpr int32_t kChannelTempoTable = 8;
 constexpr int32_t kFirstLongChannel = 51;
 constexpr int32_t kLastLongChannel = 69;
 constexpr size_t kSlotWordLength = 5;  // WAVxx, BMPxx
-constexpr int64_t kNsPerSecond = 1000000000;
+constexpr std::string_view kUtf8Bom = "\xEF\xBB\xBF";
 
-const char* EncodingName(ChartEncoding encoding) {
-  switch (encoding) {
-    case ChartEncoding::kCp932:
-      return "CP932";
-    case ChartEncoding::kCp949:
-      return "CP949";
-    case ChartEncoding::kUtf8:
-      break;
-  }
-  return "UTF-8";
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsAlnum(char c) { return IsDigit(c) || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+bool IsHex(char c) { return IsDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f'); }
+
+std::string_view Trimmed(std::string_view text) {
+  while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
+  while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+  return text;
 }
 
-bool IsDigit(char32_t c) { return c >= U'0' && c <= U'9'; }
-bool IsAlnum(char32_t c) { return IsDigit(c) || (c >= U'A' && c <= U'Z') || (c >= U'a' && c <= U'z'); }
-bool IsHex(char32_t c) { return IsDigit(c) || (c >= U'A' && c <= U'F') || (c >= U'a' && c <= U'f'); }
-
-std::u32string UpperWord(std::u32string_view line) {
-  std::u32string word;
-  for (char32_t c : line) {
+std::string UpperWord(std::string_view line) {
+  std::string word;
+  for (char c : line) {
     if (!IsAlnum(c)) break;
-    word.push_back(c >= U'a' && c <= U'z' ? c - 32 : c);
+    word.push_back(c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c);
   }
   return word;
 }
 
-bool AllHex(std::u32string_view text) { return std::all_of(text.begin(), text.end(), IsHex); }
+bool AllHex(std::string_view text) { return std::all_of(text.begin(), text.end(), IsHex); }
 
 // Words only the modern reading acts on: control flow and long notes.
-bool IsModernWord(const std::u32string& word) {
-  static constexpr std::u32string_view kWords[] = {U"RANDOM", U"SETRANDOM", U"IF",     U"ELSEIF",    U"ELSE",
-                                                   U"ENDIF",  U"ENDRANDOM", U"SWITCH", U"SETSWITCH", U"CASE",
-                                                   U"SKIP",   U"DEF",       U"ENDSW",  U"LNTYPE",    U"LNOBJ"};
+bool IsModernWord(std::string_view word) {
+  static constexpr std::string_view kWords[] = {"RANDOM", "SETRANDOM", "IF",   "ELSEIF", "ELSE", "ENDIF", "ENDRANDOM",
+                                                "SWITCH", "SETSWITCH", "CASE", "SKIP",   "DEF",  "ENDSW", "LNOBJ"};
   if (std::find(std::begin(kWords), std::end(kWords), word) != std::end(kWords)) return true;
   // Tempo and stop tables: #BPMxx, #EXBPMxx, #STOPxx.
-  return (word.size() > 3 && word.compare(0, 3, U"BPM") == 0) || word.compare(0, 5, U"EXBPM") == 0 ||
-         word.compare(0, 4, U"STOP") == 0;
+  return (word.size() > 3 && word.substr(0, 3) == "BPM") || word.substr(0, 5) == "EXBPM" || word.substr(0, 4) == "STOP";
 }
 
-bool ModernHeader(std::u32string_view line, std::string& subtitle) {
-  const std::u32string word = UpperWord(line);
-  if (word == U"SUBTITLE") {
-    if (subtitle.empty()) subtitle = ToUtf8(TrimSpace(line.substr(word.size())));
+// The chart's text in the file's encoding, as UTF-8.
+std::string TextOf(std::string_view bytes, ChartEncoding encoding) {
+  if (encoding == ChartEncoding::kUtf8) return std::string(bytes);
+  return ToUtf8(DecodeWithIconv(bytes, ChartEncodingName(encoding), nullptr));
+}
+
+struct TextFacts {
+  bool needsModern = false;
+  std::string subtitle;
+  ChartEncoding encoding = ChartEncoding::kUtf8;
+};
+
+bool ModernHeader(std::string_view line, TextFacts& facts) {
+  const std::string word = UpperWord(line);
+  const std::string_view argument = Trimmed(line.substr(word.size()));
+  if (word == "SUBTITLE") {
+    if (facts.subtitle.empty()) facts.subtitle = TextOf(argument, facts.encoding);
     return false;
   }
-  if (word == U"BPM") {
+  if (word == "BPM") {
     // A fractional tempo is timed exactly only by the modern reading.
-    const auto bpm = ParseNumber(TrimSpace(line.substr(word.size())));
+    const auto bpm = ParseNumber(FromUtf8(TextOf(argument, facts.encoding)));
     return bpm && *bpm != static_cast<double>(static_cast<int64_t>(*bpm));
   }
-  const bool media =
-      word.size() == kSlotWordLength && (word.compare(0, 3, U"WAV") == 0 || word.compare(0, 3, U"BMP") == 0);
-  if (media) return !AllHex(std::u32string_view(word).substr(3));
+  const bool media = word.size() == kSlotWordLength && (word.substr(0, 3) == "WAV" || word.substr(0, 3) == "BMP");
+  if (media) return !AllHex(std::string_view(word).substr(3));
   return IsModernWord(word);
 }
 
 // Channels 08, 09, 51-69, letters in the channel, or base-36 pairs.
-bool ModernChannel(std::u32string_view line) {
+bool ModernChannel(std::string_view line) {
   if (!IsDigit(line[3]) || !IsDigit(line[4])) return true;
-  const int32_t channel = (line[3] - U'0') * 10 + (line[4] - U'0');
+  const int32_t channel = (line[3] - '0') * 10 + (line[4] - '0');
   if (channel == kChannelTempoTable || channel == kChannelStop) return true;
   if (channel >= kFirstLongChannel && channel <= kLastLongChannel) return true;
   const bool slots = channel == kChannelBackgroundSound || channel == kChannelBgaBase || channel == kChannelBgaPoor ||
                      channel == kChannelBgaLayer || (channel >= kFirstLaneChannel && channel <= kLastLaneChannel);
-  return slots && !AllHex(TrimSpace(line.substr(kChannelDataColumn)));
+  return slots && !AllHex(Trimmed(line.substr(kChannelDataColumn)));
 }
 
-bool IsChannelLine(std::u32string_view line) {
+bool IsChannelLine(std::string_view line) {
   return line.size() >= kChannelDataColumn && IsDigit(line[0]) && IsDigit(line[1]) && IsDigit(line[2]) &&
          IsAlnum(line[3]) && IsAlnum(line[4]);
 }
@@ -115,30 +119,27 @@ bool HasBareLineFeed(std::string_view bytes) {
   return false;
 }
 
-struct TextFacts {
-  bool needsModern = false;
-  std::string subtitle;
-  ChartEncoding encoding = ChartEncoding::kUtf8;
-};
-
+// Looks over the bytes themselves: line ends and "#" are single bytes in
+// every encoding a chart uses, and the commands are ASCII.
 TextFacts LookOver(std::string_view bytes) {
   TextFacts facts;
-  const DecodedChartText decoded = DecodeModernChartBytes(bytes);
-  facts.encoding = decoded.encoding;
-  facts.needsModern = decoded.encoding == ChartEncoding::kCp949 || HasBareLineFeed(bytes);
-  const std::u32string_view text = decoded.text;
+  bytes = bytes.substr(0, bytes.find('\0'));
+  if (bytes.substr(0, kUtf8Bom.size()) == kUtf8Bom) bytes.remove_prefix(kUtf8Bom.size());
+  const bool ascii = std::all_of(bytes.begin(), bytes.end(), [](char c) { return (c & 0x80) == 0; });
+  if (!ascii) facts.encoding = DecodeModernChartBytes(bytes).encoding;
+  facts.needsModern = facts.encoding == ChartEncoding::kCp949 || HasBareLineFeed(bytes);
   size_t start = 0;
-  while (start < text.size()) {
-    size_t end = text.find_first_of(U"\r\n", start);
-    if (end == std::u32string_view::npos) end = text.size();
-    const std::u32string_view raw = text.substr(start, end - start);
-    const std::u32string_view line = TrimSpace(raw);
+  while (start < bytes.size()) {
+    size_t end = start;
+    while (end < bytes.size() && bytes[end] != '\r' && bytes[end] != '\n') ++end;
+    const std::string_view raw = bytes.substr(start, end - start);
+    const std::string_view line = Trimmed(raw);
     start = end + 1;
-    if (line.empty() || line.front() != U'#') continue;
+    if (line.empty() || line.front() != '#') continue;
     // A "#" line after blanks is hidden from the classic reading.
-    bool modern = raw.front() != U'#';
-    const std::u32string_view body = line.substr(1);
-    modern = modern || (IsChannelLine(body) ? ModernChannel(body) : ModernHeader(body, facts.subtitle));
+    bool modern = raw.front() != '#';
+    const std::string_view body = line.substr(1);
+    modern = modern || (IsChannelLine(body) ? ModernChannel(body) : ModernHeader(body, facts));
     facts.needsModern = facts.needsModern || modern;
   }
   return facts;
@@ -256,7 +257,7 @@ std::optional<LibraryEntry> ChartFactsReader::Read(const std::string& path, std:
   const size_t slash = path.find_last_of('/');
   e.folder = slash == std::string::npos ? std::string() : path.substr(0, slash);
   e.fileSize = static_cast<int64_t>(info.st_size);
-  e.modifiedNs = static_cast<int64_t>(info.st_mtim.tv_sec) * kNsPerSecond + info.st_mtim.tv_nsec;
+  e.modifiedNs = static_cast<int64_t>(info.st_mtim.tv_sec) * kNanosecondsPerSecond + info.st_mtim.tv_nsec;
   e.contentHash = ContentHash(read.bytes);
   e.title = chart.title;
   e.subtitle = text.subtitle;
@@ -267,7 +268,7 @@ std::optional<LibraryEntry> ChartFactsReader::Read(const std::string& path, std:
   e.player = chart.player;
   e.rank = chart.rank;
   e.total = chart.total;
-  e.encoding = EncodingName(text.encoding);
+  e.encoding = ChartEncodingName(text.encoding);
   e.needsModern = text.needsModern;
   if (result == kLoadOk) {
     TempoRange(chart, e);

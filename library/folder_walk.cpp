@@ -15,7 +15,6 @@
 namespace vremo {
 namespace {
 
-constexpr int64_t kNsPerSecond = 1000000000;
 constexpr std::string_view kChartExtensions[] = {".bms", ".bme"};
 
 std::string WithReason(std::string_view prefix, const std::string& path, int error) {
@@ -76,7 +75,7 @@ struct Walker {
       walk.skipped.push_back(std::string(kSkipNotAFile) + path);
       return;
     }
-    const int64_t mtime = static_cast<int64_t>(info.st_mtim.tv_sec) * kNsPerSecond + info.st_mtim.tv_nsec;
+    const int64_t mtime = static_cast<int64_t>(info.st_mtim.tv_sec) * kNanosecondsPerSecond + info.st_mtim.tv_nsec;
     folder.files.push_back(WalkedFile{path, static_cast<int64_t>(info.st_size), mtime});
   }
 

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -18,7 +19,6 @@
 namespace vremo {
 namespace {
 
-constexpr int kBusyTimeoutMs = 3000;
 constexpr int kMaxBadCopies = 1000;
 constexpr const char* kWalSuffix = "-wal";
 constexpr const char* kShmSuffix = "-shm";
@@ -60,6 +60,17 @@ constexpr const char* kEntryColumns =
     "c.total, c.bms_id, c.encoding, c.needs_modern, r.plays, r.best_judge_points, r.best_points, "
     "r.best_ex_points, r.f_great, r.great, r.good, r.bad, r.poor, r.last_played "
     "FROM charts c LEFT JOIN results r ON r.bms_id = c.bms_id AND r.title = c.title AND r.artist = c.artist";
+
+constexpr const char* kUpsertChart =
+    "INSERT INTO charts(path, folder, file_size, modified_ns, content_hash, title, subtitle, artist, genre, bpm, "
+    "bpm_min, bpm_max, play_level, player, key_count, note_count, length_ms, rank, total, bms_id, encoding, "
+    "needs_modern) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?) ON CONFLICT(path) DO UPDATE SET "
+    "folder=excluded.folder, file_size=excluded.file_size, modified_ns=excluded.modified_ns, "
+    "content_hash=excluded.content_hash, title=excluded.title, subtitle=excluded.subtitle, artist=excluded.artist, "
+    "genre=excluded.genre, bpm=excluded.bpm, bpm_min=excluded.bpm_min, bpm_max=excluded.bpm_max, "
+    "play_level=excluded.play_level, player=excluded.player, key_count=excluded.key_count, "
+    "note_count=excluded.note_count, length_ms=excluded.length_ms, rank=excluded.rank, total=excluded.total, "
+    "bms_id=excluded.bms_id, encoding=excluded.encoding, needs_modern=excluded.needs_modern";
 
 LibraryEntry EntryOf(SqlStatement& s) {
   LibraryEntry e;
@@ -136,8 +147,8 @@ std::string SetAside(const std::string& path) {
 
 // Why the open connection cannot serve as the library; empty when it can
 // (the schema is then current).
-std::string Prepare(sqlite3* db) {
-  sqlite3_busy_timeout(db, kBusyTimeoutMs);
+std::string Prepare(sqlite3* db, int busyTimeoutMs) {
+  sqlite3_busy_timeout(db, busyTimeoutMs);
   // The first read of the file: a file that is not a database fails here.
   const int64_t version = QueryInt(db, "PRAGMA user_version");
   if (version < 0) {
@@ -150,7 +161,13 @@ std::string Prepare(sqlite3* db) {
     SqlStatement check(db, "PRAGMA quick_check(1)");
     if (check.Step() != SQLITE_ROW || check.Text(0) != "ok") return "damaged";
   }
-  if (!ExecSql(db, "PRAGMA journal_mode=WAL") || !ExecSql(db, "PRAGMA synchronous=NORMAL")) return "locked";
+  // Switching to WAL needs the file to itself; a library is in WAL already.
+  bool wal = false;
+  {
+    SqlStatement mode(db, "PRAGMA journal_mode");
+    wal = mode.Step() == SQLITE_ROW && mode.Text(0) == "wal";
+  }
+  if ((!wal && !ExecSql(db, "PRAGMA journal_mode=WAL")) || !ExecSql(db, "PRAGMA synchronous=NORMAL")) return "locked";
   if (version < kLibrarySchemaVersion) {
     SqlTransaction transaction(db);
     if (!transaction.ok()) return "locked";
@@ -194,10 +211,14 @@ std::string DefaultLibraryPath(const std::string& programFolder) {
 }
 
 std::unique_ptr<LibraryDb> LibraryDb::Open(const std::string& path, std::string* message) {
+  return Open(path, message, kLibraryBusyTimeoutMs);
+}
+
+std::unique_ptr<LibraryDb> LibraryDb::Open(const std::string& path, std::string* message, int busyTimeoutMs) {
   if (message != nullptr) message->clear();
   const bool database = LooksLikeDatabase(path);
   sqlite3* db = database ? OpenConnection(path) : nullptr;
-  std::string problem = !database ? "not a database" : db == nullptr ? "cannot be opened" : Prepare(db);
+  std::string problem = !database ? "not a database" : db == nullptr ? "cannot be opened" : Prepare(db, busyTimeoutMs);
   if (problem.empty()) return std::unique_ptr<LibraryDb>(new LibraryDb(db, path));
   sqlite3_close(db);
 
@@ -207,7 +228,7 @@ std::unique_ptr<LibraryDb> LibraryDb::Open(const std::string& path, std::string*
     return nullptr;
   }
   db = OpenConnection(path);
-  const std::string again = db == nullptr ? "cannot be made" : Prepare(db);
+  const std::string again = db == nullptr ? "cannot be made" : Prepare(db, busyTimeoutMs);
   if (!again.empty()) {
     sqlite3_close(db);
     if (message != nullptr) *message = "Library file " + again + ": " + path;
@@ -246,14 +267,15 @@ bool LibraryDb::RemoveRoot(const std::string& given) {
   s.Bind(1, folder);
   if (!s.Run() || sqlite3_changes(db_) == 0) return false;
   // Charts that another library folder also holds stay.
-  for (const std::string& other : Roots()) {
-    if (folder.rfind(other + "/", 0) == 0) return transaction.Commit();
-  }
+  const std::vector<std::string> others = Roots();
+  auto held = [&others](const std::string& path) {
+    return std::any_of(others.begin(), others.end(),
+                       [&path](const std::string& other) { return path.rfind(other + "/", 0) == 0; });
+  };
+  if (held(folder)) return transaction.Commit();
   std::vector<std::string> vanished;
   for (const KnownFile& file : FilesUnder(folder)) {
-    bool kept = false;
-    for (const std::string& other : Roots()) kept = kept || file.path.rfind(other + "/", 0) == 0;
-    if (!kept) vanished.push_back(file.path);
+    if (!held(file.path)) vanished.push_back(file.path);
   }
   SqlStatement remove(db_, "DELETE FROM charts WHERE path = ?");
   for (const std::string& path : vanished) {
@@ -305,49 +327,62 @@ std::vector<LibraryDb::KnownFile> LibraryDb::FilesUnder(const std::string& folde
   return files;
 }
 
+struct LibraryDb::ChartWriter::Statements {
+  explicit Statements(sqlite3* db)
+      : transaction(db), upsert(db, kUpsertChart), remove(db, "DELETE FROM charts WHERE path = ?") {}
+  SqlTransaction transaction;
+  SqlStatement upsert;
+  SqlStatement remove;
+};
+
+LibraryDb::ChartWriter::ChartWriter(LibraryDb& db) : s_(std::make_unique<Statements>(db.db_)) {
+  ok_ = s_->transaction.ok() && s_->upsert.ok() && s_->remove.ok();
+}
+
+LibraryDb::ChartWriter::~ChartWriter() = default;
+
+bool LibraryDb::ChartWriter::Put(const LibraryEntry& e) {
+  if (!ok_) return false;
+  SqlStatement& upsert = s_->upsert;
+  int c = 1;
+  upsert.Bind(c++, e.path);
+  upsert.Bind(c++, e.folder);
+  upsert.Bind(c++, e.fileSize);
+  upsert.Bind(c++, e.modifiedNs);
+  upsert.Bind(c++, e.contentHash);
+  upsert.Bind(c++, e.title);
+  upsert.Bind(c++, e.subtitle);
+  upsert.Bind(c++, e.artist);
+  upsert.Bind(c++, e.genre);
+  upsert.Bind(c++, e.bpm);
+  upsert.Bind(c++, e.bpmMin);
+  upsert.Bind(c++, e.bpmMax);
+  for (int32_t value : {e.playLevel, e.player, e.keyCount, e.noteCount, e.lengthMs, e.rank, e.total, e.bmsId}) {
+    upsert.Bind(c++, static_cast<int64_t>(value));
+  }
+  upsert.Bind(c++, e.encoding);
+  upsert.Bind(c++, static_cast<int64_t>(e.needsModern ? 1 : 0));
+  ok_ = upsert.Run();
+  return ok_;
+}
+
+bool LibraryDb::ChartWriter::Remove(const std::string& path) {
+  if (!ok_) return false;
+  s_->remove.Bind(1, path);
+  ok_ = s_->remove.Run();
+  return ok_;
+}
+
+bool LibraryDb::ChartWriter::Commit() {
+  ok_ = ok_ && s_->transaction.Commit();
+  return ok_;
+}
+
 bool LibraryDb::WriteCharts(const std::vector<LibraryEntry>& charts, const std::vector<std::string>& vanished) {
-  SqlTransaction transaction(db_);
-  if (!transaction.ok()) return false;
-  SqlStatement upsert(db_,
-                      "INSERT INTO charts(path, folder, file_size, modified_ns, content_hash, title, subtitle, "
-                      "artist, genre, bpm, bpm_min, bpm_max, play_level, player, key_count, note_count, length_ms, "
-                      "rank, total, bms_id, encoding, needs_modern) "
-                      "VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?) ON CONFLICT(path) DO UPDATE SET "
-                      "folder=excluded.folder, file_size=excluded.file_size, modified_ns=excluded.modified_ns, "
-                      "content_hash=excluded.content_hash, title=excluded.title, subtitle=excluded.subtitle, "
-                      "artist=excluded.artist, genre=excluded.genre, bpm=excluded.bpm, bpm_min=excluded.bpm_min, "
-                      "bpm_max=excluded.bpm_max, play_level=excluded.play_level, player=excluded.player, "
-                      "key_count=excluded.key_count, note_count=excluded.note_count, length_ms=excluded.length_ms, "
-                      "rank=excluded.rank, total=excluded.total, bms_id=excluded.bms_id, "
-                      "encoding=excluded.encoding, needs_modern=excluded.needs_modern");
-  SqlStatement remove(db_, "DELETE FROM charts WHERE path = ?");
-  if (!upsert.ok() || !remove.ok()) return false;
-  for (const LibraryEntry& e : charts) {
-    int c = 1;
-    upsert.Bind(c++, e.path);
-    upsert.Bind(c++, e.folder);
-    upsert.Bind(c++, e.fileSize);
-    upsert.Bind(c++, e.modifiedNs);
-    upsert.Bind(c++, e.contentHash);
-    upsert.Bind(c++, e.title);
-    upsert.Bind(c++, e.subtitle);
-    upsert.Bind(c++, e.artist);
-    upsert.Bind(c++, e.genre);
-    upsert.Bind(c++, e.bpm);
-    upsert.Bind(c++, e.bpmMin);
-    upsert.Bind(c++, e.bpmMax);
-    for (int32_t value : {e.playLevel, e.player, e.keyCount, e.noteCount, e.lengthMs, e.rank, e.total, e.bmsId}) {
-      upsert.Bind(c++, static_cast<int64_t>(value));
-    }
-    upsert.Bind(c++, e.encoding);
-    upsert.Bind(c++, static_cast<int64_t>(e.needsModern ? 1 : 0));
-    if (!upsert.Run()) return false;
-  }
-  for (const std::string& path : vanished) {
-    remove.Bind(1, path);
-    if (!remove.Run()) return false;
-  }
-  return transaction.Commit();
+  ChartWriter writer(*this);
+  for (const LibraryEntry& e : charts) writer.Put(e);
+  for (const std::string& path : vanished) writer.Remove(path);
+  return writer.Commit();
 }
 
 }  // namespace vremo

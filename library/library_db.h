@@ -42,6 +42,8 @@ class LibraryDb {
   // in one line for the user. Empty only when no library can be made at all
   // (`message` says why).
   static std::unique_ptr<LibraryDb> Open(const std::string& path, std::string* message);
+  // The same with another wait for a lock than kLibraryBusyTimeoutMs.
+  static std::unique_ptr<LibraryDb> Open(const std::string& path, std::string* message, int busyTimeoutMs);
   ~LibraryDb();
 
   // Library folders, as given (absolute), in the order added.
@@ -73,6 +75,25 @@ class LibraryDb {
   // transaction; false (nothing written) when the database refuses.
   bool WriteCharts(const std::vector<LibraryEntry>& charts, const std::vector<std::string>& vanished);
 
+  // The same a chart at a time, for a folder too large to hold in memory:
+  // nothing is seen by other connections before Commit, and everything is
+  // taken back when the writer goes without it.
+  class ChartWriter {
+   public:
+    explicit ChartWriter(LibraryDb& db);
+    ~ChartWriter();
+    ChartWriter(const ChartWriter&) = delete;
+    ChartWriter& operator=(const ChartWriter&) = delete;
+    bool Put(const LibraryEntry& chart);  // false once anything failed
+    bool Remove(const std::string& path);
+    bool Commit();
+
+   private:
+    struct Statements;
+    std::unique_ptr<Statements> s_;
+    bool ok_ = false;
+  };
+
   const std::string& path() const { return path_; }
 
  private:
@@ -80,6 +101,9 @@ class LibraryDb {
   sqlite3* db_;
   std::string path_;
 };
+
+// How long a connection waits for another's lock before it gives up.
+inline constexpr int kLibraryBusyTimeoutMs = 3000;
 
 // The schema version this Vremo writes; older files are brought up to it.
 inline constexpr int32_t kLibrarySchemaVersion = 1;

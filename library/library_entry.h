@@ -29,6 +29,8 @@ struct LibraryResult {
   int64_t lastPlayed = 0;      // Unix seconds when that block was first seen
 };
 
+inline constexpr int64_t kNanosecondsPerSecond = 1000000000;
+
 struct LibraryEntry {
   int64_t id = 0;      // the row's key in library.db
   std::string path;    // absolute path of the chart file

@@ -15,7 +15,7 @@
 namespace vremo {
 namespace {
 
-// How far the readers may run ahead of the folder being written: bounds the
+// How far the readers may run ahead of the chart being written: bounds the
 // charts held in memory whatever the library's size.
 constexpr size_t kReadAheadCharts = 256;
 
@@ -46,10 +46,11 @@ struct FolderPlan {
 };
 
 // The worker side: jobs taken in order, never more than kReadAheadCharts
-// past the first job of the folder being written.
+// past the chart being written.
 class ReadQueue {
  public:
-  ReadQueue(std::vector<ReadJob>& jobs, const std::atomic<bool>* cancel) : jobs_(jobs), cancel_(cancel) {}
+  ReadQueue(std::vector<ReadJob>& jobs, const std::atomic<bool>* cancel)
+      : jobs_(jobs), cancel_(cancel), read_(jobs.size(), false) {}
 
   void Work() {
     ChartFactsReader reader;
@@ -67,7 +68,9 @@ class ReadQueue {
       ReadJob& job = jobs_[index];
       job.entry = reader.Read(job.path, &job.error);
       std::lock_guard lock(mutex_);
-      ++done_;
+      // Jobs may finish out of order; the writer needs an unbroken run.
+      read_[index] = true;
+      while (readUpTo_ < read_.size() && read_[readUpTo_]) ++readUpTo_;
       finished_.notify_all();
     }
   }
@@ -78,9 +81,8 @@ class ReadQueue {
     std::unique_lock lock(mutex_);
     allowedEnd_ = std::max(allowedEnd_, std::min(jobs_.size(), until + kReadAheadCharts));
     changed_.notify_all();
-    // Jobs are handed out in order but may finish out of order.
-    finished_.wait(lock, [&] { return DoneBefore(until) || Cancelled(); });
-    return DoneBefore(until);
+    finished_.wait(lock, [&] { return readUpTo_ >= until || Cancelled(); });
+    return readUpTo_ >= until;
   }
 
   void Stop() {
@@ -91,16 +93,15 @@ class ReadQueue {
 
  private:
   bool Cancelled() const { return cancel_ != nullptr && cancel_->load(); }
-  // Every job before `until` was handed out and all handed-out jobs are done.
-  bool DoneBefore(size_t until) const { return next_ >= until && done_ == next_; }
 
   std::vector<ReadJob>& jobs_;
   const std::atomic<bool>* cancel_;
   std::mutex mutex_;
   std::condition_variable changed_;
   std::condition_variable finished_;
-  size_t next_ = 0;
-  size_t done_ = 0;
+  std::vector<bool> read_;  // per job: read
+  size_t readUpTo_ = 0;     // every job before it is read
+  size_t next_ = 0;         // the next job to hand out
   size_t allowedEnd_ = 0;
   bool stop_ = false;
 };
@@ -158,6 +159,52 @@ ScanPlan PlanScan(LibraryDb& db, const std::vector<std::string>& roots, const Fo
   return plan;
 }
 
+enum class FolderOutcome : uint8_t { kWritten, kFailed, kCancelled };
+
+// One song folder's transaction, fed as its charts are read, a chunk at a
+// time so that even a folder of 100,000 charts is never held in memory
+// whole. The report counts it only once it is committed.
+FolderOutcome WriteFolder(LibraryDb& db, const FolderPlan& folder, std::vector<ReadJob>& jobs, ReadQueue& queue,
+                          const std::atomic<bool>* cancel, ScanReport& report) {
+  if (folder.firstJob == folder.endJob && folder.vanished.empty()) {
+    report.unchanged += folder.unchanged;
+    return FolderOutcome::kWritten;
+  }
+  std::optional<LibraryDb::ChartWriter> writer;
+  int64_t added = 0;
+  int64_t updated = 0;
+  int64_t removed = 0;
+  for (size_t next = folder.firstJob; next < folder.endJob;) {
+    const size_t chunkEnd = std::min(next + kReadAheadCharts, folder.endJob);
+    if ((cancel != nullptr && cancel->load()) || !queue.WaitFor(chunkEnd)) return FolderOutcome::kCancelled;
+    if (!writer) writer.emplace(db);  // the write lock only once there is something to write
+    for (; next < chunkEnd; ++next) {
+      ReadJob& job = jobs[next];
+      if (job.entry) {
+        writer->Put(*job.entry);
+        ++(job.isNew ? added : updated);
+        job.entry.reset();
+        continue;
+      }
+      report.skipped.push_back(std::string(kSkipUnreadableChart) + job.path + " (" + job.error + ")");
+      // A chart gone while it was read goes with its row.
+      if (job.error == kFactsMissing && !job.isNew) {
+        writer->Remove(job.path);
+        ++removed;
+      }
+    }
+  }
+  if (cancel != nullptr && cancel->load()) return FolderOutcome::kCancelled;
+  if (!writer) writer.emplace(db);
+  for (const std::string& path : folder.vanished) writer->Remove(path);
+  if (!writer->Commit()) return FolderOutcome::kFailed;
+  report.added += added;
+  report.updated += updated;
+  report.removed += removed + static_cast<int64_t>(folder.vanished.size());
+  report.unchanged += folder.unchanged;
+  return FolderOutcome::kWritten;
+}
+
 // Roots as the walk and the rows name them: no trailing "/".
 std::vector<std::string> Normalized(std::vector<std::string> roots) {
   for (std::string& root : roots) root = WithoutTrailingSlash(root);
@@ -183,37 +230,15 @@ ScanReport RunScan(LibraryDb& db, const std::vector<std::string>& givenRoots, co
 
   ScanProgress progress;
   progress.foldersTotal = static_cast<int64_t>(plan.folders.size());
-  int64_t readNew = 0;
   for (FolderPlan& folder : plan.folders) {
-    if ((cancel != nullptr && cancel->load()) || !queue.WaitFor(folder.endJob)) {
+    const FolderOutcome outcome = WriteFolder(db, folder, plan.jobs, queue, cancel, report);
+    if (outcome == FolderOutcome::kCancelled) {
       report.cancelled = true;
       break;
     }
-    std::vector<LibraryEntry> charts;
-    int64_t added = 0;
-    for (size_t j = folder.firstJob; j < folder.endJob; ++j) {
-      ReadJob& job = plan.jobs[j];
-      if (job.entry) {
-        charts.push_back(std::move(*job.entry));
-        added += job.isNew ? 1 : 0;
-        continue;
-      }
-      report.skipped.push_back(std::string(kSkipUnreadableChart) + job.path + " (" + job.error + ")");
-      // A chart gone while it was read goes with its row.
-      if (job.error == kFactsMissing) folder.vanished.push_back(job.path);
-    }
-    const bool needed = !charts.empty() || !folder.vanished.empty();
-    if (needed && !db.WriteCharts(charts, folder.vanished)) {
-      report.skipped.push_back(std::string(kSkipUnwritableFolder) + folder.path);
-    } else {
-      readNew += static_cast<int64_t>(charts.size());
-      report.added += added;
-      report.updated += static_cast<int64_t>(charts.size()) - added;
-      report.removed += static_cast<int64_t>(folder.vanished.size());
-      report.unchanged += folder.unchanged;
-    }
+    if (outcome == FolderOutcome::kFailed) report.skipped.push_back(std::string(kSkipUnwritableFolder) + folder.path);
     ++progress.foldersDone;
-    progress.chartsRead = readNew;
+    progress.chartsRead = report.added + report.updated;
     progress.folder = folder.path;
     if (onProgress) onProgress(progress);
   }

@@ -52,7 +52,7 @@ TEST(ChartFacts, ClassicChartGivesWhatThePlayerComputes) {
   TempFolder folder;
   // A tempo change to 180 (B4), a 7-key lane (18), a subtitle; text in CP932.
   const std::string path = folder.Write(
-      "song/seven.bme", Cp932(CrlfLines({"#GENRE ジャンル", "#TITLE 曲名", "#SUBTITLE [ANOTHER]", "#ARTIST 作者",
+      "song/seven.bme", Cp932(CrlfLines({"#GENRE ジャンル", "#TITLE 曲名", "#SUBTITLE [アナザー]", "#ARTIST 作者",
                                          "#BPM 120", "#PLAYLEVEL 9", "#RANK 3", "#TOTAL 300", "#00111:01010101",
                                          "#00118:0001", "#00203:B4", "#00316:01"})));
   std::string error;
@@ -66,7 +66,7 @@ TEST(ChartFacts, ClassicChartGivesWhatThePlayerComputes) {
   EXPECT_EQ(e->fileSize, info.st_size);
   EXPECT_EQ(e->modifiedNs, info.st_mtim.tv_sec * 1000000000LL + info.st_mtim.tv_nsec);
   EXPECT_EQ(e->contentHash, ContentHash(folder.Read("song/seven.bme")));
-  EXPECT_EQ(e->title + "|" + e->subtitle + "|" + e->artist + "|" + e->genre, "曲名|[ANOTHER]|作者|ジャンル");
+  EXPECT_EQ(e->title + "|" + e->subtitle + "|" + e->artist + "|" + e->genre, "曲名|[アナザー]|作者|ジャンル");
   EXPECT_EQ(e->encoding, "CP932");
   EXPECT_FALSE(e->needsModern);
   EXPECT_EQ(e->bpm, 120);

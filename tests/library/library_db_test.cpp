@@ -118,6 +118,20 @@ TEST_F(LibraryDbTest, UnusableFilesAreKeptAsideAndANewLibraryMade) {
   EXPECT_EQ(message, "Library file damaged: kept as library.db.bad.3, a new library was made.");
   EXPECT_TRUE(rebuilt->Roots().empty());
 
+  // Held by another program beyond the wait.
+  rebuilt.reset();
+  {
+    sqlite3* holder = nullptr;
+    sqlite3_open(path.c_str(), &holder);
+    ASSERT_EQ(
+        sqlite3_exec(holder, "PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE; INSERT INTO roots(path) VALUES('/held')",
+                     nullptr, nullptr, nullptr),
+        SQLITE_OK);
+    ASSERT_TRUE(LibraryDb::Open(path, &message, 100));
+    EXPECT_EQ(message, "Library file locked: kept as library.db.bad.4, a new library was made.");
+    sqlite3_close(holder);
+  }
+
   // No library can be made at all.
   EXPECT_FALSE(LibraryDb::Open(folder.Path("no/such/folder/library.db"), &message));
   EXPECT_EQ(message, "Library file cannot be made: " + folder.Path("no/such/folder/library.db"));
