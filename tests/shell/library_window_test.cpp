@@ -152,15 +152,6 @@ TEST_F(LibraryWindowTest, FoldersScanSearchSortGroupPlayAndAdd) {
   EXPECT_EQ(Titles(), (std::vector<std::string>{"Alpha Another", "Alpha", "Beta", "Gamma"}));
   Control<QCheckBox>("chkLibraryGroup")->setChecked(false);
 
-  // Insert adds the selected charts in the order shown.
-  view->clearSelection();
-  ASSERT_TRUE(library.SelectPath(gamma));
-  ASSERT_TRUE(library.SelectPath(alpha7));
-  QTest::keyClick(view, Qt::Key_Insert);
-  ASSERT_EQ(commands->playList().entries().size(), 2u);
-  EXPECT_EQ(commands->playList().entries()[0].path, alpha7);
-  EXPECT_EQ(commands->playList().entries()[1].path, gamma);
-
   // Enter plays the chart as the play list would; the result it leaves in
   // the score log shows when the play has ended.
   Find<QCheckBox>("chkUserPlay")->click();
@@ -179,6 +170,19 @@ TEST_F(LibraryWindowTest, FoldersScanSearchSortGroupPlayAndAdd) {
                          ", Pts " + FormatNumber(score.pts, 1, 0) + ", Ex-Pts " + std::to_string(score.ExPts()) +
                          "\nfGreat 0 Great 0 Good 0 Bad 0 Poor " + std::to_string(score.poor) + "\nPlays: 1");
   EXPECT_EQ(view->model()->index(1, 9).data().toString(), "1");
+
+  // Insert adds the selected charts in the order shown (after the play, so
+  // that the list does not go on playing them).
+  view->clearSelection();
+  ASSERT_TRUE(library.SelectPath(gamma));
+  ASSERT_TRUE(library.SelectPath(alpha7));
+  QTest::keyClick(view, Qt::Key_Insert);
+  ASSERT_EQ(commands->playList().entries().size(), 2u);
+  EXPECT_EQ(commands->playList().entries()[0].path, alpha7);
+  EXPECT_EQ(commands->playList().entries()[1].path, gamma);
+  Control<QPushButton>("cmdLibraryAdd")->click();
+  ASSERT_EQ(commands->playList().entries().size(), 4u);
+  EXPECT_EQ(commands->playList().entries()[3].path, gamma);
 
   // A rescan reads the changed chart and keeps the search and the selection.
   Search("gam");
