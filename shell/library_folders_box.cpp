@@ -19,7 +19,7 @@ constexpr int kFolderListRows = 3;
 
 }  // namespace
 
-LibraryFoldersBox::LibraryFoldersBox(QWidget* parent) : QGroupBox(tr("Library"), parent) {
+LibraryFoldersBox::LibraryFoldersBox(QWidget* parent) : QGroupBox(ToQString(kLibraryTitle), parent) {
   setObjectName("grpLibrary");
   auto* grid = new QGridLayout(this);
   lstFolders = new QListWidget;
