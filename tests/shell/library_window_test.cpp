@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
@@ -217,13 +218,31 @@ TEST_F(LibraryWindowTest, BrokenLibraryFileIsSetAsideAndANewOneMade) {
   folder.Write(std::string(kLibraryFileName), garbage);
   Find<QPushButton>("cmdLibrary")->click();
   EXPECT_EQ(folder.Read(std::string(kLibraryFileName) + std::string(kBadLibrarySuffix)), garbage);
-  EXPECT_TRUE(Log().contains(ToQString(std::string(kLibraryFileName) + std::string(kBadLibrarySuffix))))
-      << Log().toStdString();
+  const QString badName = ToQString(std::string(kLibraryFileName) + std::string(kBadLibrarySuffix));
+  EXPECT_TRUE(Log().contains(badName)) << Log().toStdString();
+  auto* box = window->findChild<QMessageBox*>("messageBox");
+  ASSERT_NE(box, nullptr);
+  EXPECT_EQ(box->windowTitle().toStdString(), kLibraryTitle);
+  EXPECT_TRUE(box->text().contains(badName)) << box->text().toStdString();
+  box->close();
   // The new library works: a folder added to it shows in the option panel.
   folder.Write("lib/Song/a.bms", Chart("A", "Ann", "Pop", 1, {"#00111:01"}));
   Find<LibraryFoldersBox>("grpLibrary")->AddFolder(ToQString(folder.Path("lib")));
   Scan(std::string(kScanSummaryPrefix) + "1 added, 0 updated, 0 removed, 0 unchanged");
   EXPECT_EQ(Titles(), (std::vector<std::string>{"A"}));
+
+  // Where no library can be made at all (its folder is a file), the window
+  // says so and does nothing.
+  folder.Write("plain", "x");
+  LibraryWindow nowhere({}, window->log(), folder.path().string(), folder.Path("plain/library.db"), nullptr);
+  const int lines = Log().count('\n');
+  nowhere.show();
+  EXPECT_GT(Log().count('\n'), lines);
+  EXPECT_FALSE(nowhere.AddRoot(folder.Path("lib")));
+  EXPECT_TRUE(nowhere.Roots().empty());
+  nowhere.StartScan();
+  EXPECT_FALSE(nowhere.Scanning());
+  EXPECT_TRUE(nowhere.ShownPaths().empty());
 }
 
 }  // namespace
