@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 
 #include "chart/bms_reader.h"
@@ -88,7 +89,7 @@ bool ModernHeader(std::string_view line, TextFacts& facts) {
   if (word == "BPM") {
     // A fractional tempo is timed exactly only by the modern reading.
     const auto bpm = ParseNumber(FromUtf8(TextOf(argument, facts.encoding)));
-    return bpm && *bpm != static_cast<double>(static_cast<int64_t>(*bpm));
+    return bpm && std::isfinite(*bpm) && *bpm != std::floor(*bpm);
   }
   const bool media = word.size() == kSlotWordLength && (word.substr(0, 3) == "WAV" || word.substr(0, 3) == "BMP");
   if (media) return !AllHex(std::string_view(word).substr(3));
@@ -205,6 +206,42 @@ std::string ReadError(const FileRead& read, int error) {
   }
 }
 
+// What the file itself tells.
+LibraryEntry FileFacts(const std::string& path, const struct stat& info, std::string_view bytes,
+                       const TextFacts& text) {
+  LibraryEntry e;
+  e.path = path;
+  const size_t slash = path.find_last_of('/');
+  e.folder = slash == std::string::npos ? std::string() : path.substr(0, slash);
+  e.fileSize = static_cast<int64_t>(info.st_size);
+  e.modifiedNs = static_cast<int64_t>(info.st_mtim.tv_sec) * kNanosecondsPerSecond + info.st_mtim.tv_nsec;
+  e.contentHash = ContentHash(bytes);
+  e.subtitle = text.subtitle;
+  e.encoding = ChartEncodingName(text.encoding);
+  e.needsModern = text.needsModern;
+  return e;
+}
+
+// What the reader made of it; a chart with no object has no counts.
+void ChartFacts(const Chart& chart, bool compiled, LibraryEntry& e) {
+  e.title = chart.title;
+  e.artist = chart.artist;
+  e.genre = chart.genre;
+  e.bpm = chart.bpm;
+  e.playLevel = chart.playLevel;
+  e.player = chart.player;
+  e.rank = chart.rank;
+  e.total = chart.total;
+  e.bpmMin = e.bpmMax = chart.bpm;
+  if (!compiled) return;
+  TempoRange(chart, e);
+  e.keyCount = KeyCountOf(chart);
+  // In double play the compiler has already added side 2 to side 1.
+  e.noteCount = chart.totalNotes[0] + (chart.player == kDoublePlay ? 0 : chart.totalNotes[1]);
+  e.lengthMs = chart.lengthMs;
+  e.bmsId = chart.bmsId;
+}
+
 }  // namespace
 
 std::string ContentHash(std::string_view bytes) {
@@ -252,33 +289,8 @@ std::optional<LibraryEntry> ChartFactsReader::Read(const std::string& path, std:
     return std::nullopt;
   }
 
-  LibraryEntry e;
-  e.path = path;
-  const size_t slash = path.find_last_of('/');
-  e.folder = slash == std::string::npos ? std::string() : path.substr(0, slash);
-  e.fileSize = static_cast<int64_t>(info.st_size);
-  e.modifiedNs = static_cast<int64_t>(info.st_mtim.tv_sec) * kNanosecondsPerSecond + info.st_mtim.tv_nsec;
-  e.contentHash = ContentHash(read.bytes);
-  e.title = chart.title;
-  e.subtitle = text.subtitle;
-  e.artist = chart.artist;
-  e.genre = chart.genre;
-  e.bpm = chart.bpm;
-  e.playLevel = chart.playLevel;
-  e.player = chart.player;
-  e.rank = chart.rank;
-  e.total = chart.total;
-  e.encoding = ChartEncodingName(text.encoding);
-  e.needsModern = text.needsModern;
-  if (result == kLoadOk) {
-    TempoRange(chart, e);
-    e.keyCount = KeyCountOf(chart);
-    e.noteCount = chart.totalNotes[0] + (chart.player == kDoublePlay ? 0 : chart.totalNotes[1]);
-    e.lengthMs = chart.lengthMs;
-    e.bmsId = chart.bmsId;
-  } else {
-    e.bpmMin = e.bpmMax = chart.bpm;
-  }
+  LibraryEntry e = FileFacts(path, info, read.bytes, text);
+  ChartFacts(chart, result == kLoadOk, e);
   return e;
 }
 

@@ -100,11 +100,11 @@ struct Walker {
   }
 };
 
-bool Inside(const std::string& path, const std::string& folder) {
+}  // namespace
+
+bool IsInsideFolder(const std::string& path, const std::string& folder) {
   return path.size() > folder.size() && path.compare(0, folder.size(), folder) == 0 && path[folder.size()] == '/';
 }
-
-}  // namespace
 
 bool IsChartFileName(std::string_view name) {
   for (std::string_view extension : kChartExtensions) {
@@ -125,7 +125,7 @@ FolderWalk WalkFolders(const std::vector<std::string>& roots) {
   std::vector<std::string> outer;
   for (const std::string& root : ordered) {
     const bool nested =
-        std::any_of(outer.begin(), outer.end(), [&root](const std::string& o) { return Inside(root, o); });
+        std::any_of(outer.begin(), outer.end(), [&root](const std::string& o) { return IsInsideFolder(root, o); });
     if (!nested) outer.push_back(root);
   }
   for (const std::string& root : outer) walker.WalkRoot(root);

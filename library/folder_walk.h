@@ -35,6 +35,9 @@ struct FolderWalk {
   std::vector<std::string> skipped;  // lines for ScanReport::skipped
 };
 
+// True when `path` lies somewhere below `folder`.
+bool IsInsideFolder(const std::string& path, const std::string& folder);
+
 // True for names ending in .bms or .bme, in any letter case.
 bool IsChartFileName(std::string_view name);
 

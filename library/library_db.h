@@ -21,7 +21,8 @@ struct sqlite3;
 namespace vremo {
 
 inline constexpr std::string_view kLibraryFileName = "library.db";
-// A library that cannot be opened is renamed to library.db.bad, never deleted.
+// A library that cannot be opened is renamed to library.db.bad, never deleted
+// (library.db.bad.1, .2 ... when an earlier one is still there).
 inline constexpr std::string_view kBadLibrarySuffix = ".bad";
 
 struct LibraryStats {
@@ -37,16 +38,18 @@ class LibraryDb {
  public:
   // Opens or creates the library at `path` and brings its schema up to the
   // current version. A file that is corrupt, not a library, from a newer
-  // Vremo or locked beyond the wait is renamed to `path` + ".bad" (with its
-  // -wal and -shm files) and a new library is made; `message` then says so
-  // in one line for the user. Empty only when no library can be made at all
-  // (`message` says why).
+  // Vremo or locked beyond the wait is renamed to `path` + ".bad" (or the
+  // first free ".bad.N"; its -wal and -shm files go with it) and a new
+  // library is made; `message` then says so in one line for the user, e.g.
+  // "Library file damaged: kept as library.db.bad, a new library was made."
+  // Empty only when no library can be made at all (`message` says why).
   static std::unique_ptr<LibraryDb> Open(const std::string& path, std::string* message);
   // The same with another wait for a lock than kLibraryBusyTimeoutMs.
   static std::unique_ptr<LibraryDb> Open(const std::string& path, std::string* message, int busyTimeoutMs);
   ~LibraryDb();
 
-  // Library folders, as given (absolute), in the order added.
+  // Library folders, as given (absolute, without a trailing "/"), in the
+  // order added.
   std::vector<std::string> Roots();
   bool AddRoot(const std::string& folder);     // false when already there
   bool RemoveRoot(const std::string& folder);  // its charts go with it

@@ -15,14 +15,6 @@
 namespace vremo {
 namespace {
 
-// How far the readers may run ahead of the chart being written: bounds the
-// charts held in memory whatever the library's size.
-constexpr size_t kReadAheadCharts = 256;
-
-bool Inside(const std::string& path, const std::string& folder) {
-  return path.size() > folder.size() && path.compare(0, folder.size(), folder) == 0 && path[folder.size()] == '/';
-}
-
 std::string ParentOf(const std::string& path) {
   const size_t slash = path.find_last_of('/');
   return slash == std::string::npos ? std::string() : path.substr(0, slash);
@@ -45,12 +37,14 @@ struct FolderPlan {
   int64_t unchanged = 0;
 };
 
-// The worker side: jobs taken in order, never more than kReadAheadCharts
-// past the chart being written.
+// The worker side: jobs taken in order, never more than `readAhead` past
+// the chart being written.
 class ReadQueue {
  public:
-  ReadQueue(std::vector<ReadJob>& jobs, const std::atomic<bool>* cancel)
-      : jobs_(jobs), cancel_(cancel), read_(jobs.size(), false) {}
+  ReadQueue(std::vector<ReadJob>& jobs, size_t readAhead, const std::atomic<bool>* cancel)
+      : jobs_(jobs), readAhead_(readAhead), cancel_(cancel), read_(jobs.size(), false) {}
+
+  size_t readAhead() const { return readAhead_; }
 
   void Work() {
     ChartFactsReader reader;
@@ -79,7 +73,7 @@ class ReadQueue {
   // `until` are read (or the scan is cancelled and the readers stopped).
   bool WaitFor(size_t until) {
     std::unique_lock lock(mutex_);
-    allowedEnd_ = std::max(allowedEnd_, std::min(jobs_.size(), until + kReadAheadCharts));
+    allowedEnd_ = std::max(allowedEnd_, std::min(jobs_.size(), until + readAhead_));
     changed_.notify_all();
     finished_.wait(lock, [&] { return readUpTo_ >= until || Cancelled(); });
     return readUpTo_ >= until;
@@ -95,6 +89,7 @@ class ReadQueue {
   bool Cancelled() const { return cancel_ != nullptr && cancel_->load(); }
 
   std::vector<ReadJob>& jobs_;
+  const size_t readAhead_;
   const std::atomic<bool>* cancel_;
   std::mutex mutex_;
   std::condition_variable changed_;
@@ -143,7 +138,7 @@ ScanPlan PlanScan(LibraryDb& db, const std::vector<std::string>& roots, const Fo
   std::vector<std::string> gone;
   for (const auto& [path, file] : known) {
     const bool hidden = std::any_of(walk.unlisted.begin(), walk.unlisted.end(),
-                                    [&path = path](const std::string& f) { return Inside(path, f); });
+                                    [&path = path](const std::string& f) { return IsInsideFolder(path, f); });
     if (!hidden) gone.push_back(path);
   }
   std::sort(gone.begin(), gone.end());
@@ -175,7 +170,7 @@ FolderOutcome WriteFolder(LibraryDb& db, const FolderPlan& folder, std::vector<R
   int64_t updated = 0;
   int64_t removed = 0;
   for (size_t next = folder.firstJob; next < folder.endJob;) {
-    const size_t chunkEnd = std::min(next + kReadAheadCharts, folder.endJob);
+    const size_t chunkEnd = std::min(next + std::max<size_t>(queue.readAhead(), 1), folder.endJob);
     if ((cancel != nullptr && cancel->load()) || !queue.WaitFor(chunkEnd)) return FolderOutcome::kCancelled;
     if (!writer) writer.emplace(db);  // the write lock only once there is something to write
     for (; next < chunkEnd; ++next) {
@@ -222,7 +217,7 @@ ScanReport RunScan(LibraryDb& db, const std::vector<std::string>& givenRoots, co
   const size_t cores = std::max(1U, std::thread::hardware_concurrency());
   const size_t wanted = options.threads > 0 ? static_cast<size_t>(options.threads) : cores;
   const size_t threads = std::min(wanted, std::max<size_t>(plan.jobs.size(), 1));
-  ReadQueue queue(plan.jobs, cancel);
+  ReadQueue queue(plan.jobs, static_cast<size_t>(std::max(options.readAhead, 0)), cancel);
   std::vector<std::thread> workers;
   if (!plan.jobs.empty()) {
     for (size_t t = 0; t < threads; ++t) workers.emplace_back([&queue] { queue.Work(); });

@@ -28,8 +28,13 @@ inline constexpr std::string_view kSkipMissingRoot = "Library folder missing: ";
 inline constexpr std::string_view kSkipUnreadableChart = "Chart not read: ";
 inline constexpr std::string_view kSkipUnwritableFolder = "Folder not written: ";
 
+// How many charts the readers may read ahead of the one being written: it
+// bounds the charts held in memory, whatever the library's size.
+inline constexpr int32_t kScanReadAhead = 256;
+
 struct ScanOptions {
   int32_t threads = 0;  // chart readers; 0 = one per core
+  int32_t readAhead = kScanReadAhead;
 };
 
 struct ScanProgress {

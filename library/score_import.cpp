@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include <charconv>
-#include <cstdio>
+#include <cmath>
 #include <ctime>
 #include <filesystem>
 
@@ -55,10 +55,10 @@ std::optional<double> NumberOf(std::string_view text) {
 bool Starts(std::string_view line, std::string_view prefix) { return line.substr(0, prefix.size()) == prefix; }
 
 // "  J-Pts: 123.4pts" and the like: the number between label and unit.
-std::optional<double> Figure(std::string_view line, std::string_view label) {
+std::optional<std::string_view> Figure(std::string_view line, std::string_view label) {
   if (!Starts(line, label) || line.size() < label.size() + kPointsUnit.size()) return std::nullopt;
   if (line.substr(line.size() - kPointsUnit.size()) != kPointsUnit) return std::nullopt;
-  return NumberOf(line.substr(label.size(), line.size() - label.size() - kPointsUnit.size()));
+  return line.substr(label.size(), line.size() - label.size() - kPointsUnit.size());
 }
 
 std::vector<std::string> Split(std::string_view text, char separator) {
@@ -72,14 +72,25 @@ std::vector<std::string> Split(std::string_view text, char separator) {
   }
 }
 
+std::optional<int32_t> Int32Of(std::string_view text) {
+  int32_t value = 0;
+  const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (ec != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return value;
+}
+
+// "fGreat 512 Great 40 Good 3 Bad 1 Poor 2".
 std::optional<LibraryCounts> CountsOf(std::string_view text) {
-  LibraryCounts c;
-  char tail = 0;
-  const std::string line(text);
-  const int read = std::sscanf(line.c_str(), "fGreat %d Great %d Good %d Bad %d Poor %d%c", &c.fGreat, &c.great,
-                               &c.good, &c.bad, &c.poor, &tail);
-  if (read != 5) return std::nullopt;
-  return c;
+  static constexpr std::string_view kNames[] = {"fGreat", "Great", "Good", "Bad", "Poor"};
+  const std::vector<std::string> words = Split(text, ' ');
+  if (words.size() != 2 * std::size(kNames)) return std::nullopt;
+  int32_t values[std::size(kNames)] = {};
+  for (size_t k = 0; k < std::size(kNames); ++k) {
+    const auto value = Int32Of(words[2 * k + 1]);
+    if (words[2 * k] != kNames[k] || !value) return std::nullopt;
+    values[k] = *value;
+  }
+  return LibraryCounts{values[0], values[1], values[2], values[3], values[4]};
 }
 
 // One line of a block; lines that do not parse are left out.
@@ -95,9 +106,11 @@ void ReadLine(std::string_view line, Block& block) {
     block.player = line[0] - '0';
     if (block.player == 1) block.counts = CountsOf(line.substr(1 + kScorePlayerCounts.size()));
   } else if (block.player == 1) {
-    if (auto value = Figure(line, kJudgePointsLabel)) block.judgePoints = value;
-    if (auto value = Figure(line, kPointsLabel)) block.points = static_cast<int64_t>(*value);
-    if (auto value = Figure(line, kExPointsLabel)) block.exPoints = static_cast<int64_t>(*value);
+    if (auto text = Figure(line, kJudgePointsLabel)) {
+      if (auto value = NumberOf(*text); value && std::isfinite(*value)) block.judgePoints = value;
+    }
+    if (auto text = Figure(line, kPointsLabel)) block.points = IntOf(*text).value_or(block.points);
+    if (auto text = Figure(line, kExPointsLabel)) block.exPoints = IntOf(*text).value_or(block.exPoints);
   }
 }
 

@@ -185,7 +185,10 @@ TEST_F(LibraryDbTest, ScoreLogResultsAreReadOnceAndKeptByChart) {
   const std::string block = folder.Read("spare/vremoscore.txt");
   const std::string logPath = home + "/vremoscore.txt";
   std::ofstream out(logPath, std::ios::app | std::ios::binary);
-  out << "*BMS 12\r\n*INF broken\r\n1P - fGreat x\r\n----------------\r\n\r\n" << block.substr(0, 40) << std::flush;
+  out << "*BMS 12\r\n*INF broken\r\n1P - fGreat x\r\n----------------\r\n\r\n"
+      << "*BMS 12\r\n*INF g\tt\ta\t1\t1\t1\t1\t1\r\n1P - fGreat 99999999999 Great 0 Good 0 Bad 0 Poor 0\r\n"
+      << "  J-Pts: 1e999pts\r\n----------------\r\n\r\n"
+      << block.substr(0, 40) << std::flush;
   EXPECT_EQ(db->ImportScoreLog(home), 1);
   const int64_t importedAt = std::time(nullptr);
   LibraryEntry e = *db->EntryByPath(path);

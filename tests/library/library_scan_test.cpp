@@ -118,6 +118,32 @@ TEST_F(LibraryScan, SkipsWhatItCannotUseAndGoesOn) {
   EXPECT_EQ(again.removed, 1);  // the folder is gone, and with it its chart
 }
 
+TEST_F(LibraryScan, ChartsVanishingWhileScannedAreSkipped) {
+  WriteSong("a", "a.bms", SongText("A"));
+  const std::string b = WriteSong("b", "b.bms", SongText("B"));
+  auto db = OpenDb();
+  db->AddRoot(Root());
+  ScanLibrary(*db, {}, nullptr, nullptr);
+  WriteSong("b", "b.bms", SongText("B changed"));
+  const std::string c = WriteSong("c", "c.bms", SongText("C"));
+  // With no reading ahead, a chart is read only when its folder is written:
+  // after the first folder both are gone.
+  ScanOptions options;
+  options.threads = 1;
+  options.readAhead = 0;
+  const ScanReport report = ScanLibrary(
+      *db, options,
+      [&](const ScanProgress& p) {
+        if (p.foldersDone == 1) std::filesystem::remove(b), std::filesystem::remove(c);
+      },
+      nullptr);
+  EXPECT_EQ(report.skipped, (std::vector<std::string>{
+                                std::string(kSkipUnreadableChart) + b + " (" + std::string(kFactsMissing) + ")",
+                                std::string(kSkipUnreadableChart) + c + " (" + std::string(kFactsMissing) + ")"}));
+  EXPECT_EQ(Counts(report), "0 added 0 updated 1 removed 1 unchanged");
+  EXPECT_EQ(Rows(*db).size(), 1u);
+}
+
 // 40 song folders of 3 charts.
 void WriteCollection(const testing::TempFolder& folder, const std::string& under) {
   for (int f = 0; f < 40; ++f) {
