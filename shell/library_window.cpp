@@ -113,6 +113,7 @@ QWidget* LibraryWindow::MakeFilterBar() {
   txtSearch->setPlaceholderText(tr("Search title, artist, genre, folder"));
   txtSearch->setClearButtonEnabled(true);
   connect(txtSearch, &QLineEdit::textChanged, this, &LibraryWindow::ApplyQuery);
+  txtSearch->installEventFilter(this);
   cmbKeys = new QComboBox;
   cmbKeys->setObjectName("cmbLibraryKeys");
   cmbKeys->setToolTip(tr("Key mode"));
@@ -348,8 +349,10 @@ void LibraryWindow::AddSelected() {
 }
 
 bool LibraryWindow::eventFilter(QObject* watched, QEvent* event) {
-  if (watched != tvwCharts || event->type() != QEvent::KeyPress) return false;
+  if (event->type() != QEvent::KeyPress) return false;
   const int key = static_cast<QKeyEvent*>(event)->key();
+  if (watched == txtSearch) return SearchKeyDown(key);
+  if (watched != tvwCharts) return false;
   if (key == Qt::Key_Insert) {
     AddSelected();
     return true;
@@ -360,6 +363,26 @@ bool LibraryWindow::eventFilter(QObject* watched, QEvent* event) {
     return true;
   }
   return false;
+}
+
+// Down leaves the search field for the rows; Enter there plays the chart
+// picked (the first one shown when none is), so typing and Enter is enough.
+bool LibraryWindow::SearchKeyDown(int key) {
+  const bool enter = key == Qt::Key_Return || key == Qt::Key_Enter;
+  if (key != Qt::Key_Down && !enter) return false;
+  if (model_->EntryAt(tvwCharts->currentIndex()) < 0) {
+    const std::vector<int32_t> shown = model_->EntriesInOrder();
+    if (shown.empty()) return true;
+    const std::vector<QModelIndex> first = model_->RowsOf({shown.front()});
+    tvwCharts->selectionModel()->setCurrentIndex(first.front(),
+                                                 QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+  }
+  if (enter) {
+    PlaySelected();
+  } else {
+    tvwCharts->setFocus();
+  }
+  return true;
 }
 
 // --- Scanning.

@@ -107,6 +107,7 @@ class LibraryWindow : public QWidget {
   std::string CurrentPath() const;
   void ShowDetails();
   void SortByColumn(int column);
+  bool SearchKeyDown(int key);
   // `serial` tells a scan from the one before it.
   void ScanProgressed(int serial, const ScanProgress& progress);
   void ScanEnded(int serial, const ScanReport& report);

@@ -119,6 +119,9 @@ TEST_F(LibraryWindowTest, FoldersScanSearchSortGroupPlayAndAdd) {
   EXPECT_EQ(Titles(), (std::vector<std::string>{"Alpha", "Alpha Another"}));
   Search("folder");
   EXPECT_EQ(Titles(), (std::vector<std::string>{"Gamma"}));
+  // Down in the search field picks the first chart shown.
+  QTest::keyClick(Control<QLineEdit>("txtLibrarySearch"), Qt::Key_Down);
+  EXPECT_EQ(library.SelectedPaths(), (std::vector<std::string>{gamma}));
   Search("EUROBEAT bob");
   EXPECT_EQ(Titles(), (std::vector<std::string>{"Beta"}));
   Search("");
