@@ -205,6 +205,8 @@ bool LibraryWindow::AddRoot(const std::string& folder) {
 }
 
 void LibraryWindow::RemoveRoot(const std::string& folder) {
+  // A running scan would write the folder's charts back.
+  StopScan();
   if (!OpenLibrary() || !db_->RemoveRoot(folder)) return;
   if (index_ != nullptr) ReadEntries();
   emit RootsChanged();
