@@ -48,6 +48,8 @@ class QTimer;
 namespace vremo {
 
 class DrawArea;
+class LibraryFoldersBox;
+class LibraryWindow;
 class SeekBar;
 struct LoadCounts;
 class TitleStrip;
@@ -92,6 +94,8 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   // Runs just before each play starts (the play list re-reads the entry
   // that plays, so an edited chart shows its new title and length).
   void SetPlayStartHandler(std::function<void()> handler) { playStart_ = std::move(handler); }
+  // Runs after each play has ended (the library reads the new results).
+  void SetPlayEndHandler(std::function<void()> handler) { playEnd_ = std::move(handler); }
   // The notices to every connected program: "PLENGTH " + length before a
   // play, "PNEXT" after a song that ended by itself (the list then goes on).
   void SetLinkedPartner(std::function<void(std::string)> notify) { partner_ = std::move(notify); }
@@ -105,6 +109,9 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   void FilesDropped(const std::vector<std::string>& paths);
   // The play-list window, shown by cmdPlayList.
   void SetPlayListWindow(QWidget* window);
+  // The library window, shown from the option panel's library group, whose
+  // folders work through it.
+  void SetLibraryWindow(LibraryWindow* window);
   // A message box with the critical-stop icon that does not hold the play
   // loop (it is window-modal and returns at once).
   void ShowCriticalMessage(const std::string& text, const std::string& title);
@@ -271,6 +278,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   std::function<void()> nextSong_;
   std::function<void()> previousSong_;
   std::function<void()> playStart_;
+  std::function<void()> playEnd_;
   std::function<void(std::string)> partner_;
   std::function<void()> shutdown_;
   std::function<void()> unload_;
@@ -319,6 +327,7 @@ class MainWindow : public QMainWindow, public PlayHost, public LogSink {
   QPushButton* cmdRecLoad = nullptr;
   QPushButton* cmdKeyConf = nullptr;
   QPushButton* cmdPlayList = nullptr;
+  LibraryFoldersBox* libraryBox_ = nullptr;  // the option panel's library folders
   QPushButton* cmdDDInit = nullptr;
   QPushButton* cmdDDRelease = nullptr;
   SeekBar* hscSeek = nullptr;

@@ -10,6 +10,7 @@
 #include <iostream>
 
 #include "shell/file_dialog_filter.h"
+#include "shell/library_folders_box.h"
 #include "shell/main_window.h"
 #include "shell/record_file.h"
 
@@ -49,6 +50,8 @@ void MainWindow::SetPlayListWindow(QWidget* window) {
   playListWindow_ = window;
   cmdPlayList->setEnabled(window != nullptr);
 }
+
+void MainWindow::SetLibraryWindow(LibraryWindow* window) { libraryBox_->Attach(window); }
 
 void MainWindow::cmdRecSave_Click() {
   if (engine_->record().length() == 0) return;

@@ -23,6 +23,7 @@
 #include "shell/control_helpers.h"
 #include "shell/draw_area.h"
 #include "shell/key_config_dialog.h"
+#include "shell/library_folders_box.h"
 #include "shell/main_window.h"
 #include "shell/program_folder.h"
 #include "shell/settings_file.h"
@@ -234,6 +235,10 @@ QWidget* MainWindow::MakeOptionsPanel() {
   screenGrid->addWidget(cmdDDInit, 4, 1);
   screenGrid->addWidget(cmdDDRelease, 4, 2);
   column->addWidget(screen);
+
+  // Library: its folders (working once the library window is attached).
+  libraryBox_ = new LibraryFoldersBox;
+  column->addWidget(libraryBox_);
   return panel;
 }
 

@@ -114,6 +114,7 @@ void MainWindow::timPlay_Timer() {
   }
   picDraw->SetPaced(false);
   inPlaySequence_ = false;
+  if (playEnd_) playEnd_();
   ApplyAutoHide();
   SetSeekBarByProgram(0);
   SetPlayButtonIcon(false);

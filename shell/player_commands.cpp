@@ -3,6 +3,7 @@
 
 #include <QFileInfo>
 
+#include "shell/library_window.h"
 #include "shell/main_window.h"
 #include "shell/play_list_window.h"
 
@@ -28,6 +29,13 @@ PlayerCommands::PlayerCommands(MainWindow& window, std::string programFolder)
   window_.SetDropHandler([this](const std::vector<std::string>& paths) { FilesDropped(paths); });
   listWindow_ = new PlayListWindow(list_, &window_);
   window_.SetPlayListWindow(listWindow_);
+  LibraryActions actions{[this](const std::string& path) { PlayChart(path); },
+                         [this](const std::string& path) { list_.ListAdd(path); },
+                         [this](const std::string& text, const std::string& title) { ShowMessage(text, title); }};
+  libraryWindow_ = new LibraryWindow(std::move(actions), window_.log(), programFolder_,
+                                     DefaultLibraryPath(programFolder_), &window_);
+  window_.SetLibraryWindow(libraryWindow_);
+  window_.SetPlayEndHandler([this] { libraryWindow_->PlayEnded(); });
   timMoved_.setInterval(kHandOverPollMs);
   connect(&timMoved_, &QTimer::timeout, this, [this] { timMoved_Timer(); });
 }
@@ -44,6 +52,8 @@ void PlayerCommands::Start(InstanceLock& lock, const std::string& commandLine) {
 
 void PlayerCommands::ShutDown() {
   timMoved_.stop();
+  // No scan outlives the window it reports to.
+  libraryWindow_->StopScan();
   channel_.SendClose();
   if (listWindow_->HasPlace()) window_.settings().playList = listWindow_->Placement();
 }

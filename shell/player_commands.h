@@ -1,8 +1,9 @@
 #pragma once
 // Connects the main window to the command side: the command line (this
 // process's and a second start's, found by the 500 ms timMoved poll of the
-// caption), the external command channel with its notices, and the play list
-// that plays on after each song. UI thread only.
+// caption), the external command channel with its notices, the play list
+// that plays on after each song and the library window that feeds it.
+// UI thread only.
 
 #include <QObject>
 #include <QTimer>
@@ -16,6 +17,7 @@
 
 namespace vremo {
 
+class LibraryWindow;
 class MainWindow;
 class PlayListWindow;
 
@@ -30,6 +32,7 @@ class PlayerCommands : public QObject, private CommandTarget, private CommandHan
 
   PlayList& playList() { return list_; }
   PlayListWindow& playListWindow() { return *listWindow_; }
+  LibraryWindow& libraryWindow() { return *libraryWindow_; }
   CommandChannel& channel() { return channel_; }
 
  private:
@@ -66,6 +69,7 @@ class PlayerCommands : public QObject, private CommandTarget, private CommandHan
   PlayList list_;
   // Owned by Qt as a child window of the main window.
   PlayListWindow* listWindow_ = nullptr;
+  LibraryWindow* libraryWindow_ = nullptr;
   CommandChannel channel_;
   QTimer timMoved_;
 };
