@@ -1,8 +1,6 @@
 #include "chart/modern_reader.h"
 
 #include <gtest/gtest.h>
-#include <iconv.h>
-
 #include <set>
 
 #include "chart/chart_dump.h"
@@ -10,32 +8,19 @@
 #include "chart/timeline.h"
 #include "chart/timing_map.h"
 #include "tests/chart/chart_fixture.h"
+#include "tests/support/encoded_text.h"
 
 namespace vremo {
 namespace {
 
 using testing::ChartFixture;
 using testing::Crlf;
+using testing::Encoded;
 
 std::string Joined(const std::vector<std::string>& lines, const std::string& end) {
   std::string text;
   for (const auto& line : lines) text += line + end;
   return text;
-}
-
-// UTF-8 text in another encoding, as a chart written there holds it.
-std::string Encoded(const std::string& utf8, const char* encoding) {
-  iconv_t cd = iconv_open(encoding, "UTF-8");
-  EXPECT_NE(cd, reinterpret_cast<iconv_t>(-1)) << encoding;
-  std::string out(utf8.size() * 4, '\0');
-  char* in = const_cast<char*>(utf8.data());
-  size_t inLeft = utf8.size();
-  char* outPtr = out.data();
-  size_t outLeft = out.size();
-  EXPECT_NE(iconv(cd, &in, &inLeft, &outPtr, &outLeft), static_cast<size_t>(-1));
-  iconv_close(cd);
-  out.resize(out.size() - outLeft);
-  return out;
 }
 
 // Records what the reader hands to the media layer.

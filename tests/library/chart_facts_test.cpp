@@ -1,12 +1,12 @@
 #include "library/chart_facts.h"
 
 #include <gtest/gtest.h>
-#include <iconv.h>
 #include <sys/stat.h>
 
 #include "chart/bms_reader.h"
 #include "chart/modern_reader.h"
 #include "tests/library/library_fixture.h"
+#include "tests/support/encoded_text.h"
 
 namespace vremo {
 namespace {
@@ -15,18 +15,7 @@ using testing::CrlfLines;
 using testing::SongText;
 using testing::TempFolder;
 
-std::string Cp932(const std::string& utf8) {
-  iconv_t cd = iconv_open("CP932", "UTF-8");
-  std::string out(utf8.size() * 2, '\0');
-  char* in = const_cast<char*>(utf8.data());
-  size_t inLeft = utf8.size();
-  char* outPtr = out.data();
-  size_t outLeft = out.size();
-  EXPECT_NE(iconv(cd, &in, &inLeft, &outPtr, &outLeft), static_cast<size_t>(-1));
-  iconv_close(cd);
-  out.resize(out.size() - outLeft);
-  return out;
-}
+std::string Cp932(const std::string& utf8) { return testing::Encoded(utf8, "CP932"); }
 
 // What the player's own load gives, from a fresh chart.
 struct Loaded {
