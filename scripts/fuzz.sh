@@ -9,8 +9,8 @@ cd "$(dirname "$0")/.."
 seconds="${1:-30}"
 dir=build-fuzz
 targets=(bms_chart chart_header layout settings key_map list_file record_file
-         command_line command_channel key_script picture sound)
-declare -A dictionaries=([bms_chart]=bms [chart_header]=bms [layout]=layout [settings]=settings
+         command_line command_channel key_script picture sound chart_facts score_import)
+declare -A dictionaries=([bms_chart]=bms [chart_header]=bms [chart_facts]=bms [layout]=layout [settings]=settings
                          [command_line]=command [command_channel]=command [key_script]=key_script)
 
 VREMO_FUZZ_DEPS=1 bash scripts/install-deps.sh

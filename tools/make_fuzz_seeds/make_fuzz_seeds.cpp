@@ -45,7 +45,7 @@ const char* const kRandomChart =
     "#IF 2\r\n#00112:01\r\n#ENDIF\r\n#00211:0101\r\n";
 
 void WriteCharts(const fs::path& out) {
-  for (const char* target : {"bms_chart", "chart_header"}) {
+  for (const char* target : {"bms_chart", "chart_header", "chart_facts"}) {
     Put(out / target, "tiny.bms", kChart);
     Put(out / target, "random.bme", kRandomChart);
   }
@@ -65,6 +65,11 @@ void WriteTexts(const fs::path& out) {
   Put(out / "command_channel", "seek.txt", "LSEEK 768");
   Put(out / "command_channel", "handover.txt", "ReceiveCommand: -P \"/a b/song.bms\"");
   Put(out / "command_channel", "files.txt", "ReceiveFiles: /a.bms /b.vrl");
+  Put(out / "score_import", "vremoscore.txt",
+      "*BMS 470\r\n*INF Genre\tTitle\tArtist\t3\t2\t150\t4\t1\r\n*OPT 11364,1,1,0,0,0,0,0,0\r\n*VAL -3240\r\n"
+      "1P - fGreat 1 Great 0 Good 1 Bad 0 Poor 2\r\n  J-Pts: -66.0pts\r\n  Pts: 62500pts\r\n  Ex-Pts: 2pts\r\n"
+      "2P - fGreat 0 Great 1 Good 0 Bad 0 Poor 0\r\n  J-Pts: 13.0pts\r\n  Pts: 100000pts\r\n  Ex-Pts: 1pts\r\n"
+      "----------------\r\n\r\n");
   Put(out / "key_script", "keys.txt", "# press and release\n0 down 90\n120 up 90\n500 down 83\n700 up 83\n");
 }
 
