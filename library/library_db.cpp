@@ -299,6 +299,8 @@ std::optional<LibraryEntry> LibraryDb::EntryByPath(const std::string& path) {
   return EntryOf(s);
 }
 
+int64_t LibraryDb::DataVersion() { return QueryInt(db_, "PRAGMA data_version"); }
+
 LibraryStats LibraryDb::Stats() {
   LibraryStats stats;
   SqlStatement s(db_,

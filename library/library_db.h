@@ -58,6 +58,9 @@ class LibraryDb {
   std::vector<LibraryEntry> Entries();
   std::optional<LibraryEntry> EntryByPath(const std::string& path);
   LibraryStats Stats();
+  // Differs from the last call's value when another connection (the scan's
+  // thread, another Vremo) has committed since: time to read the rows again.
+  int64_t DataVersion();
 
   // Reads what the score log (vremoscore.txt in `programFolder`) gained
   // since the last call and folds it into the results. Returns the number

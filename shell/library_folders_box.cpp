@@ -2,6 +2,7 @@
 #include "shell/library_folders_box.h"
 
 #include <QDir>
+#include <QEvent>
 #include <QFileDialog>
 #include <QGridLayout>
 #include <QListWidget>
@@ -58,9 +59,19 @@ void LibraryFoldersBox::Attach(LibraryWindow* window) {
 }
 
 void LibraryFoldersBox::Refresh() {
+  const QString current = lstFolders->currentItem() != nullptr ? lstFolders->currentItem()->text() : QString();
   lstFolders->clear();
   if (window_ == nullptr) return;
-  for (const std::string& root : window_->Roots()) lstFolders->addItem(ToQString(root));
+  for (const std::string& root : window_->Roots()) {
+    lstFolders->addItem(ToQString(root));
+    if (lstFolders->item(lstFolders->count() - 1)->text() == current)
+      lstFolders->setCurrentRow(lstFolders->count() - 1);
+  }
+}
+
+void LibraryFoldersBox::changeEvent(QEvent* event) {
+  if (event->type() == QEvent::ActivationChange && isActiveWindow()) Refresh();
+  QGroupBox::changeEvent(event);
 }
 
 void LibraryFoldersBox::AddFolder(const QString& chosen) {

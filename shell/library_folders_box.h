@@ -27,6 +27,10 @@ class LibraryFoldersBox : public QGroupBox {
   void ScanNow();
   void Refresh();
 
+ protected:
+  // Coming back to the window shows folders another Vremo added meanwhile.
+  void changeEvent(QEvent* event) override;
+
  private:
   LibraryWindow* window_ = nullptr;
   QListWidget* lstFolders = nullptr;

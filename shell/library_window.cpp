@@ -102,7 +102,11 @@ LibraryWindow::LibraryWindow(LibraryActions actions, DebugLog& log, std::string 
   resize(kInitialWidth, kInitialHeight);
 }
 
-LibraryWindow::~LibraryWindow() { StopScan(); }
+LibraryWindow::~LibraryWindow() {
+  StopScan();
+  // The rows point into the index, which goes before the view stops drawing.
+  model_->SetRows(nullptr, {}, chkGroup->isChecked());
+}
 
 QWidget* LibraryWindow::MakeFilterBar() {
   auto* bar = new QWidget;
@@ -216,6 +220,7 @@ void LibraryWindow::ReadEntries() {
   // The rows point into the index: what they show is taken before it goes.
   const std::vector<std::string> selected = SelectedPaths();
   const std::string current = CurrentPath();
+  readVersion_ = db_->DataVersion();
   std::unique_ptr<LibraryIndex> old = std::exchange(index_, std::make_unique<LibraryIndex>(db_->Entries()));
   ShowRows(selected, current);
   old.reset();
@@ -229,9 +234,12 @@ void LibraryWindow::PlayEnded() {
 
 void LibraryWindow::showEvent(QShowEvent* event) {
   if (OpenLibrary()) {
-    // Results of plays since the window was last shown.
+    // Results of plays since the window was last shown, and what another
+    // Vremo (--library-add, --library-scan) wrote meanwhile.
+    const bool elsewhere = index_ != nullptr && db_->DataVersion() != readVersion_;
     const bool gained = db_->ImportScoreLog(programFolder_) > 0;
-    if (gained || index_ == nullptr) ReadEntries();
+    if (gained || elsewhere || index_ == nullptr) ReadEntries();
+    if (elsewhere) emit RootsChanged();
   }
   QWidget::showEvent(event);
 }

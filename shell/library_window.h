@@ -119,6 +119,7 @@ class LibraryWindow : public QWidget {
   std::string libraryPath_;
   std::unique_ptr<LibraryDb> db_;
   std::unique_ptr<LibraryIndex> index_;
+  int64_t readVersion_ = 0;  // the library's data version the rows were read at
   LibraryModel* model_ = nullptr;
   LibraryQuery query_;
   int sortSection_ = -1;

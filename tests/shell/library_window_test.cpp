@@ -20,6 +20,7 @@
 #include <filesystem>
 
 #include "library/library_db.h"
+#include "library/library_scan.h"
 #include "play/number_format.h"
 #include "shell/library_folders_box.h"
 #include "shell/library_model.h"
@@ -214,6 +215,22 @@ TEST_F(LibraryWindowTest, FoldersScanSearchSortGroupPlayAndAdd) {
   Find<QPushButton>("cmdLibraryFolderRemove")->click();
   EXPECT_EQ(Find<QListWidget>("lstLibraryFolders")->count(), 0);
   EXPECT_TRUE(library.ShownPaths().empty());
+
+  // What another Vremo adds and scans meanwhile shows when the window is
+  // shown again, folder included.
+  library.hide();
+  {
+    std::string message;
+    auto other = LibraryDb::Open(DbPath(), &message);
+    ASSERT_NE(other, nullptr) << message;
+    ASSERT_TRUE(other->AddRoot(folder.Path("lib/SongB")));
+    EXPECT_EQ(ScanLibrary(*other, {}, {}, nullptr).added, 1);
+  }
+  library.show();
+  Search("");
+  EXPECT_EQ(library.ShownPaths(), (std::vector<std::string>{beta}));
+  ASSERT_EQ(Find<QListWidget>("lstLibraryFolders")->count(), 1);
+  EXPECT_EQ(Find<QListWidget>("lstLibraryFolders")->item(0)->text().toStdString(), folder.Path("lib/SongB"));
 }
 
 TEST_F(LibraryWindowTest, BrokenLibraryFileIsSetAsideAndANewOneMade) {
